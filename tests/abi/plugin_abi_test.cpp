@@ -1,0 +1,123 @@
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "kelo/video.h"
+
+namespace Kelo {
+namespace {
+
+// A pointer to a virtual member function holds 1 + the slot's byte offset in
+// the virtual table (Itanium C++ ABI); hosts call by that offset.
+template <typename F>
+std::ptrdiff_t Slot(F function) {
+  std::ptrdiff_t raw[2];
+  static_assert(sizeof(function) == sizeof(raw));
+  std::memcpy(raw, &function, sizeof(raw));
+  return (raw[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+using CreateShapeOne = bool (IVideo::*)(unsigned long&, SHAPE_TYPE, unsigned long, const Color&,
+                                        float, const Point*, const Point*);
+using CreateShapeEach = bool (IVideo::*)(unsigned long&, SHAPE_TYPE, unsigned long, const Color*,
+                                         float, const Point*);
+using DrawSelected = void (IVideo::*)();
+using DrawUnstored = void (IVideo::*)(SHAPE_TYPE, unsigned long, const Point*, const Point*);
+using CreateRaw = bool (IVideo::*)(unsigned long&, IMAGE_FORMAT, const void*, unsigned, unsigned);
+using CreateFile = bool (IVideo::*)(unsigned long&, const char*);
+using CreateKeyed = bool (IVideo::*)(unsigned long&, const char*, const Color&);
+
+TEST(InterfaceTable, KeepsTheSlotOrderHostsCallBy) {
+  // Slots 0 and 1 hold the two forms of the virtual destructor.
+  const std::ptrdiff_t slots[] = {
+      Slot(&ISystemDevice::Init),
+      Slot(&ISystemDevice::IsReady),
+      Slot(&ISystemDevice::Update),
+      Slot(&ISystemDevice::Release),
+      Slot(&ISystemDevice::EnumerateDevices),
+      Slot(&ISystemDevice::GetDefaultDevice),
+      Slot(&ISystemDevice::SetDefaultDevice),
+      Slot(&ISystemDevice::InitDevice),
+      Slot(&ISystemDevice::ReleaseDevice),
+      Slot(&IVideo::SetDisplayMode),
+      Slot(&IVideo::GetDisplayMode),
+      Slot(&IVideo::EnumerateDisplayModes),
+      Slot(&IVideo::BeginRender),
+      Slot(&IVideo::EndRender),
+      Slot(&IVideo::SetViewTransform),
+      Slot(&IVideo::SetWorldTransform),
+      Slot(&IVideo::SetViewport),
+      Slot(&IVideo::SetCamera),
+      Slot(&IVideo::Clear),
+      Slot(&IVideo::SetColor),
+      Slot(static_cast<CreateShapeOne>(&IVideo::CreateShape)),
+      Slot(static_cast<CreateShapeEach>(&IVideo::CreateShape)),
+      Slot(&IVideo::ReleaseShape),
+      Slot(&IVideo::SelectShape),
+      Slot(static_cast<DrawSelected>(&IVideo::DrawShape)),
+      Slot(static_cast<DrawUnstored>(&IVideo::DrawShape)),
+      Slot(&IVideo::ClipShape),
+      Slot(&IVideo::BeginShapeBatch),
+      Slot(&IVideo::EndShapeBatch),
+      Slot(static_cast<CreateRaw>(&IVideo::CreateTexture)),
+      Slot(&IVideo::CreateFontTexture),
+      Slot(static_cast<CreateFile>(&IVideo::CreateTexture)),
+      Slot(static_cast<CreateKeyed>(&IVideo::CreateTexture)),
+      Slot(&IVideo::ReleaseTexture),
+      Slot(&IVideo::GetWidthTexture),
+      Slot(&IVideo::GetHeightTexture),
+      Slot(&IVideo::BeginTextureBatch),
+      Slot(&IVideo::EndTextureBatch),
+  };
+  for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(std::size(slots)); ++i) {
+    EXPECT_EQ(slots[i], i + 2) << "operation " << i << " of the table";
+  }
+}
+
+class PluginTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    library = dlopen(KELO_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    create = reinterpret_cast<CreateVideoFunction>(dlsym(library, "CreateVideo"));
+    ASSERT_NE(create, nullptr) << dlerror();
+  }
+  void TearDown() override {
+    if (library) dlclose(library);
+  }
+  void* library = nullptr;
+  CreateVideoFunction create = nullptr;
+};
+
+TEST_F(PluginTest, ExportsOnlyCreateVideo) {
+  // Internal names stay hidden; a host can't bind to them by accident.
+  EXPECT_EQ(dlsym(library, "_ZN4Kelo7IOpenGL6InitGLEjj"), nullptr);
+  EXPECT_EQ(dlsym(library, "_ZN4Kelo16CurrentPlatformEv"), nullptr);
+}
+
+TEST_F(PluginTest, AHostDrivesTheDeviceThroughTheTableAlone) {
+  IVideo* video = create();
+  ASSERT_NE(video, nullptr);
+  IVideo* other = create();
+  EXPECT_NE(video, other) << "each call makes a new device";
+  delete other;
+
+  EXPECT_TRUE(video->Update());
+  EXPECT_TRUE(video->Release());
+  ASSERT_TRUE(video->Init());
+  EXPECT_FALSE(video->IsReady()) << "no context exists before a display mode is set";
+  DisplayMode mode{};
+  EXPECT_TRUE(video->GetDisplayMode(mode));
+  EXPECT_GT(mode.width, 0u);
+  EXPECT_GT(mode.height, 0u);
+  EXPECT_TRUE(mode.windowed);
+  EXPECT_EQ(mode.refreshRate, 60u) << "the offscreen display reports no rate";
+  video->BeginRender();
+  video->EndRender();
+  delete video;
+}
+
+}  // namespace
+}  // namespace Kelo

@@ -1,0 +1,78 @@
+#include "tests/support/gl_fixture.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace Kelo::Test {
+
+SDL_Window* GLTest::window = nullptr;
+SDL_GLContext GLTest::context = nullptr;
+
+ColorPath ExpectedColorPath() {
+  const char* path = std::getenv("KELO_EXPECT_COLOR_PATH");
+  if (!path) return ColorPath::Unknown;
+  if (!std::strcmp(path, "shader")) return ColorPath::Shader;
+  if (!std::strcmp(path, "arb_shader")) return ColorPath::ARBShader;
+  if (!std::strcmp(path, "arb_program")) return ColorPath::ARBProgram;
+  if (!std::strcmp(path, "combine")) return ColorPath::TextureCombine;
+  return ColorPath::Unknown;
+}
+
+std::string ExpectedStorage() {
+  const char* storage = std::getenv("KELO_EXPECT_STORAGE");
+  return storage ? storage : "";
+}
+
+int ExpectedNonPowerOfTwo() {
+  const char* npot = std::getenv("KELO_EXPECT_NPOT");
+  return npot ? std::atoi(npot) : -1;
+}
+
+void RequestDeviceFramebuffer() {
+  SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
+  SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
+  SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 1);
+  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLEBUFFERS, 1);
+  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLESAMPLES, 2);
+}
+
+void GLTest::SetUpTestSuite() {
+  ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
+  RequestDeviceFramebuffer();
+  window = SDL_CreateWindow("kelo-test", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
+  ASSERT_NE(window, nullptr) << SDL_GetError();
+  context = SDL_GL_CreateContext(window);
+  ASSERT_NE(context, nullptr) << SDL_GetError();
+  const char* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  ASSERT_NE(renderer, nullptr);
+  // Pixels and capability paths are only known on Mesa's software renderer.
+  ASSERT_NE(std::strstr(renderer, "llvmpipe"), nullptr) << "GL_RENDERER is " << renderer;
+}
+
+void GLTest::TearDownTestSuite() {
+  if (SDL_GL_GetCurrentContext() == context) SDL_GL_MakeCurrent(window, nullptr);
+  SDL_GL_DeleteContext(context);
+  SDL_DestroyWindow(window);
+  context = nullptr;
+  window = nullptr;
+  SDL_QuitSubSystem(SDL_INIT_VIDEO);
+}
+
+void GLTest::SetUp() {
+  ASSERT_NE(context, nullptr);
+  SDL_GL_MakeCurrent(window, context);
+  while (glGetError() != GL_NO_ERROR) {
+  }
+}
+
+void GLTest::TearDown() {
+  if (SDL_GL_GetCurrentContext() != context) return;
+  const GLenum error = glGetError();
+  if (!errorExpected) {
+    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
+  }
+  while (glGetError() != GL_NO_ERROR) {
+  }
+}
+
+}  // namespace Kelo::Test

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kelo/log.h"
+
+namespace Kelo::Test {
+
+// Collects every logged line while it lives; stderr gets them again after.
+class LogCapture {
+public:
+  LogCapture() { Log::SetSink(&Collect, this); }
+  ~LogCapture() { Log::SetSink(nullptr, nullptr); }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  const std::vector<std::string>& Lines() const { return lines; }
+  void Clear() { lines.clear(); }
+
+private:
+  static void Collect(const char* line, void* self) {
+    static_cast<LogCapture*>(self)->lines.emplace_back(line);
+  }
+  std::vector<std::string> lines;
+};
+
+}  // namespace Kelo::Test

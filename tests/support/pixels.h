@@ -1,0 +1,43 @@
+#pragma once
+
+#include <GL/gl.h>
+
+#include <cstdlib>
+#include <ostream>
+
+namespace Kelo::Test {
+
+struct Rgba {
+  int r, g, b, a;
+  bool operator==(const Rgba& o) const { return r == o.r && g == o.g && b == o.b && a == o.a; }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Rgba& c) {
+  return out << "(" << c.r << ", " << c.g << ", " << c.b << ", " << c.a << ")";
+}
+
+// The framebuffer pixel at (x, y), bottom-left origin.
+inline Rgba ReadPixel(int x, int y) {
+  unsigned char p[4] = {};
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glReadPixels(x, y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, p);
+  return {p[0], p[1], p[2], p[3]};
+}
+
+// Whether the colour channels of `actual` are within `tolerance` of `expected`
+// (alpha is not compared: the framebuffer may have none).
+inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
+  return std::abs(actual.r - expected.r) <= tolerance &&
+         std::abs(actual.g - expected.g) <= tolerance &&
+         std::abs(actual.b - expected.b) <= tolerance;
+}
+
+}  // namespace Kelo::Test
+
+// Checks the pixel at (x, y) against `expected` (colour channels only).
+#define EXPECT_PIXEL_NEAR(x, y, expected, tolerance)                                             \
+  do {                                                                                           \
+    const ::Kelo::Test::Rgba kActual = ::Kelo::Test::ReadPixel((x), (y));                        \
+    EXPECT_TRUE(::Kelo::Test::NearRgb(kActual, (expected), (tolerance)))                         \
+        << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << (expected); \
+  } while (0)

@@ -1,0 +1,57 @@
+#include <GL/gl.h>
+
+#include "platform/platform.h"
+#include "video/opengl_device.h"
+
+namespace Kelo {
+
+// currentMode and displayId stay unset until Init and InitDevice fill them.
+IOpenGL::IOpenGL()
+    : desktopMode(), currentShape(0), shaderFlags(), program(0), viewMatrix{1, 0, 0, 0, 0, 1,
+                                                                            0, 0, 0, 0, 1, 0,
+                                                                            0, 0, 0, 1} {}
+
+// Releases nothing: the host calls ReleaseDevice first.
+IOpenGL::~IOpenGL() {}
+
+bool IOpenGL::Init() {
+  ModeRecord mode;
+  if (!CurrentPlatform().DesktopMode(mode)) return false;
+  int value = 0;
+  if (!mode.width.ReadInt(value)) return false;
+  currentMode.width = static_cast<unsigned>(value);
+  if (!mode.height.ReadInt(value)) return false;
+  currentMode.height = static_cast<unsigned>(value);
+  if (!mode.bitsPerPixel.ReadInt(value)) return false;
+  currentMode.bitsPerPixel = static_cast<unsigned>(value);
+  // Without a rate the field keeps what it held, as the constructor leaves it.
+  double rate = 0.0;
+  if (mode.refreshRate.state != ModeValue::State::Absent) {
+    mode.refreshRate.ReadDouble(rate);
+    currentMode.refreshRate = rate == 0.0 ? 60u : static_cast<unsigned>(rate);
+  }
+  currentMode.windowed = true;
+  desktopMode = currentMode;
+  return true;
+}
+
+bool IOpenGL::IsReady() const { return CurrentPlatform().CurrentContext() != nullptr; }
+
+bool IOpenGL::Update() { return true; }
+
+bool IOpenGL::Release() { return true; }
+
+void IOpenGL::BeginRender() {}
+
+void IOpenGL::EndRender() {
+  glFlush();
+  Platform& platform = CurrentPlatform();
+  platform.SwapBuffers(platform.CurrentContext());
+}
+
+bool IOpenGL::GetDisplayMode(DisplayMode& out) const {
+  out = currentMode;
+  return true;
+}
+
+}  // namespace Kelo

@@ -1,0 +1,88 @@
+// The plug-in's one device: every operation of Kelo::IVideo on OpenGL.
+// The operations are implemented by subsystem: video/ (lifecycle, start-up,
+// colour programs, transforms), shapes/, textures/ and platform/.
+#pragma once
+
+#include "kelo/video.h"
+
+namespace Kelo {
+
+class IOpenGL : public IVideo {
+public:
+  IOpenGL();
+  ~IOpenGL() override;
+
+  bool Init() override;
+  bool IsReady() const override;
+  bool Update() override;
+  bool Release() override;
+  bool EnumerateDevices(DEV_SUBCLASS subClass, DeviceCallback callback, void* user) override;
+  bool GetDefaultDevice(DEV_SUBCLASS subClass, DeviceDescription& out) override;
+  bool SetDefaultDevice(const DeviceDescription& device, unsigned long& handle) override;
+  bool InitDevice(const DeviceDescription& device, unsigned long& handle) override;
+  bool ReleaseDevice(unsigned long handle) override;
+
+  bool SetDisplayMode(void* window, const DisplayMode& mode, bool vsync) override;
+  bool GetDisplayMode(DisplayMode& out) const override;
+  bool EnumerateDisplayModes(const DeviceDescription& device, DisplayModeCallback callback,
+                             void* user) override;
+  void BeginRender() override;
+  void EndRender() override;
+  void SetViewTransform(const Matrix& m) override;
+  void SetWorldTransform(const Matrix& m) override;
+  bool SetViewport(const Rect& r) override;
+  void SetCamera(float width, float height) override;
+  void Clear(const Color& c) override;
+  void SetColor(const Color& color, float alpha) override;
+
+  bool CreateShape(unsigned long& handle, SHAPE_TYPE type, unsigned long count, const Color& colour,
+                   float alpha, const Point* points, const Point* texcoords) override;
+  bool CreateShape(unsigned long& handle, SHAPE_TYPE type, unsigned long count,
+                   const Color* colours, float alpha, const Point* points) override;
+  bool ReleaseShape(unsigned long handle) override;
+  void SelectShape(unsigned long handle) override;
+  void DrawShape() override;
+  void DrawShape(SHAPE_TYPE type, unsigned long count, const Point* points,
+                 const Point* texcoords) override;
+  void ClipShape() override;
+  void BeginShapeBatch() override;
+  void EndShapeBatch() override;
+
+  bool CreateTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels, unsigned width,
+                     unsigned height) override;
+  bool CreateFontTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels,
+                         unsigned width, unsigned height) override;
+  bool CreateTexture(unsigned long& handle, const char* filename) override;
+  bool CreateTexture(unsigned long& handle, const char* filename, const Color& colorKey) override;
+  bool ReleaseTexture(unsigned long handle) override;
+  int GetWidthTexture(unsigned long handle) const override;
+  int GetHeightTexture(unsigned long handle) const override;
+  void BeginTextureBatch(unsigned long handle) override;
+  void EndTextureBatch() override;
+
+  // An empty texture of the given size; reachable only through this class.
+  bool CreateTexture(unsigned long& handle, IMAGE_FORMAT format, unsigned width, unsigned height);
+
+  // OpenGL start-up on the current context: fixed state, camera from
+  // `currentMode`, the colour path and its program.
+  void InitGL(unsigned width, unsigned height);
+  // Deletes the last colour program and releases the vertex storage.
+  void ReleaseGL();
+  void InitGLPrograms();
+
+  struct ShaderFlags {
+    unsigned useShader : 1;
+    unsigned useARBShader : 1;
+    unsigned useARBProgram : 1;
+  };
+
+  DisplayMode currentMode;
+  DisplayMode desktopMode;
+  unsigned long currentShape;
+  ShaderFlags shaderFlags;
+  unsigned int program;
+  float viewMatrix[16];
+  unsigned int displayId;
+};
+
+}  // namespace Kelo
