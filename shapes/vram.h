@@ -1,0 +1,53 @@
+// The vertex-storage manager: a few large buffers carved into blocks, first
+// fit, split on allocation and merged with free neighbours on release.
+#pragma once
+
+#include "shapes/dlist.h"
+
+namespace Kelo {
+
+class IOpenGLShape;
+
+class OGLVRAM {
+public:
+  struct HVRAM_Desc {
+    unsigned long buffer;
+    unsigned long offset;
+    unsigned long size;
+    bool free;
+  };
+  using Node = DList<HVRAM_Desc>::DListNode;
+
+  using InitFunction = bool (*)(unsigned long* names, unsigned long first, unsigned long count,
+                                unsigned long* bufferSize);
+  using CopyFunction = bool (*)(const IOpenGLShape* shape, const void* vertices);
+  using RenderFunction = void (*)(const IOpenGLShape* shape);
+  using ReleaseFunction = void (*)(unsigned long* names, unsigned long count);
+
+  OGLVRAM();
+  ~OGLVRAM();
+  OGLVRAM(const OGLVRAM&) = delete;
+  OGLVRAM& operator=(const OGLVRAM&) = delete;
+
+  bool Init();
+  Node* Allocate(unsigned long bytes);
+  void Deallocate(Node* block);
+  bool Copy(const IOpenGLShape* shape, const void* vertices);
+  void Render(const IOpenGLShape* shape);
+  bool Release();
+
+  InitFunction init;
+  CopyFunction copy;
+  RenderFunction render;
+  ReleaseFunction release;
+  unsigned long* buffers;
+  unsigned long bufferCount;
+  DList<HVRAM_Desc> blocks;
+  unsigned long bufferSize;
+};
+
+// The one storage manager of the process, shared by every device and shape:
+// made by the first successful SetDisplayMode, destroyed by ReleaseGL.
+extern OGLVRAM* VRAMManager;
+
+}  // namespace Kelo
