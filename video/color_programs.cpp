@@ -1,8 +1,110 @@
+#include "video/color_programs.h"
+
+#include <GL/gl.h>
+
+#include <cstring>
+
+#include "video/gl_functions.h"
+#include "video/opacity.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
 
-void IOpenGL::InitGLPrograms() {}
-void IOpenGL::SetColor(const Color&, float) {}
+const char vtxBlenderProgram[] =
+    "!!ARBvp1.0\n"
+    "\n"
+    "# Constant Parameters\n"
+    "PARAM mvp[4]   = { state.matrix.mvp }; # modelview projection matrix\n"
+    "PARAM tvp[4]\t= { state.matrix.texture }; # texture matrix\n"
+    "PARAM constColor = program.env[0];       # constant color (defined by the application)\n"
+    "\n"
+    "DP4 result.position.x, mvp[0], vertex.position;   # Transform the x component of the "
+    "per-vertex position into clip-space\n"
+    "DP4 result.position.y, mvp[1], vertex.position;   # Transform the y component of the "
+    "per-vertex position into clip-space\n"
+    "DP4 result.position.z, mvp[2], vertex.position;   # Transform the z component of the "
+    "per-vertex position into clip-space\n"
+    "DP4 result.position.w, mvp[3], vertex.position;   # Transform the w component of the "
+    "per-vertex position into clip-space\n"
+    "\n"
+    "DP4 result.texcoord.x, tvp[0], vertex.texcoord;\n"
+    "DP4 result.texcoord.y, tvp[1], vertex.texcoord;\n"
+    "DP4 result.texcoord.z, tvp[2], vertex.texcoord;\n"
+    "DP4 result.texcoord.w, tvp[3], vertex.texcoord;\n"
+    "\n"
+    "MUL result.color, vertex.color, constColor;\n"
+    "\n"
+    "END\n";
+
+static_assert(sizeof(vtxBlenderProgram) - 1 == kVtxBlenderProgramLength);
+
+const char* const vtxBlenderShader =
+    "\n"
+    "attribute vec4 constColor;\n"
+    "\n"
+    "void main (void)\n"
+    "{\n"
+    "\tgl_TexCoord[0] = gl_MultiTexCoord0;\n"
+    "\tgl_Position = ftransform();\n"
+    "\tgl_FrontColor = gl_Color * constColor;\n"
+    "\tgl_BackColor  = gl_Color * constColor;\n"
+    "}\n";
+
+namespace {
+
+void MakeShaderProgram(unsigned& program) {
+  const GLuint shader = gl::CreateShader(GL_VERTEX_SHADER);
+  gl::ShaderSource(shader, 1, &vtxBlenderShader, nullptr);
+  gl::CompileShader(shader);
+  program = gl::CreateProgram();
+  // The program keeps the shader alive once attached.
+  gl::AttachShader(program, shader);
+  gl::DeleteShader(shader);
+  gl::BindAttribLocation(program, kConstColorAttribute, "constColor");
+  gl::LinkProgram(program);
+  gl::UseProgram(program);
+}
+
+void MakeARBShaderProgram(unsigned& program) {
+  const GLhandleARB shader = gl::CreateShaderObjectARB(GL_VERTEX_SHADER_ARB);
+  const GLint length = static_cast<GLint>(std::strlen(vtxBlenderShader));
+  const GLcharARB* text = vtxBlenderShader;
+  gl::ShaderSourceARB(shader, 1, &text, &length);
+  gl::CompileShaderARB(shader);
+  program = gl::CreateProgramObjectARB();
+  gl::AttachObjectARB(program, shader);
+  gl::DeleteObjectARB(shader);
+  gl::BindAttribLocationARB(program, kConstColorAttribute, "constColor");
+  gl::LinkProgramARB(program);
+  gl::UseProgramObjectARB(program);
+}
+
+// The vertex program is only enabled around each stored draw, not here.
+void MakeVertexProgram(unsigned& program) {
+  gl::GenProgramsARB(1, &program);
+  gl::BindProgramARB(GL_VERTEX_PROGRAM_ARB, program);
+  gl::ProgramStringARB(GL_VERTEX_PROGRAM_ARB, GL_PROGRAM_FORMAT_ASCII_ARB, kVtxBlenderProgramLength,
+                       vtxBlenderProgram);
+}
+
+}  // namespace
+
+// Compile and link results are not checked: a program the driver rejects is
+// used as it is, and the path chosen never changes.
+void IOpenGL::InitGLPrograms() {
+  if (shaderFlags.useShader) {
+    MakeShaderProgram(program);
+  } else if (shaderFlags.useARBShader) {
+    MakeARBShaderProgram(program);
+  } else if (shaderFlags.useARBProgram) {
+    MakeVertexProgram(program);
+  }
+}
+
+// Only OpenGL's current colour changes; stored draws read it back and hand it
+// to the colour path.
+void IOpenGL::SetColor(const Color& color, float alpha) {
+  glColor4ub(color.r, color.g, color.b, OpacityByte(alpha));
+}
 
 }  // namespace Kelo

@@ -69,6 +69,9 @@ public:
   // Deletes the last colour program and releases the vertex storage.
   void ReleaseGL();
   void InitGLPrograms();
+  // Picks the colour path, logs it and loads its entry points; false for
+  // texture combining, which needs no program.
+  bool ChooseColorPath();
 
   struct ShaderFlags {
     unsigned useShader : 1;
