@@ -36,6 +36,8 @@ public:
   void Render(const IOpenGLShape* shape);
   bool Release();
 
+  Node* AllocateInNewBuffer(unsigned long bytes);
+
   InitFunction init;
   CopyFunction copy;
   RenderFunction render;

@@ -107,4 +107,27 @@ void IOpenGL::SetColor(const Color& color, float alpha) {
   glColor4ub(color.r, color.g, color.b, OpacityByte(alpha));
 }
 
+// Without a program the colour enters through the texture environment, which
+// only acts while a texture is enabled; the mode stays GL_BLEND afterwards.
+void IOpenGL::HandOverColor(const float c[4]) {
+  if (shaderFlags.useShader) {
+    gl::VertexAttrib4fv(kConstColorAttribute, c);
+  } else if (shaderFlags.useARBShader) {
+    gl::VertexAttrib4fvARB(kConstColorAttribute, c);
+  } else if (shaderFlags.useARBProgram) {
+    gl::ProgramEnvParameter4fARB(GL_VERTEX_PROGRAM_ARB, 0, c[0], c[1], c[2], c[3]);
+    gl::BindProgramARB(GL_VERTEX_PROGRAM_ARB, program);
+    glEnable(GL_VERTEX_PROGRAM_ARB);
+  } else {
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_BLEND);
+    glTexEnvfv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_COLOR, c);
+  }
+}
+
+// Drawing with a colour array leaves OpenGL's current colour undefined.
+void IOpenGL::TakeBackColor(const float c[4]) {
+  glColor4fv(c);
+  if (shaderFlags.useARBProgram) glDisable(GL_VERTEX_PROGRAM_ARB);
+}
+
 }  // namespace Kelo

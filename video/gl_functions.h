@@ -39,12 +39,13 @@
   X(PFNGLISPROGRAMARBPROC, IsProgramARB)                         \
   X(PFNGLDELETEPROGRAMSARBPROC, DeleteProgramsARB)
 
-#define KELO_GL_ARB_VBO_FUNCTIONS(X)             \
-  X(PFNGLGENBUFFERSARBPROC, GenBuffersARB)       \
-  X(PFNGLBINDBUFFERARBPROC, BindBufferARB)       \
-  X(PFNGLBUFFERDATAARBPROC, BufferDataARB)       \
-  X(PFNGLBUFFERSUBDATAARBPROC, BufferSubDataARB) \
-  X(PFNGLISBUFFERARBPROC, IsBufferARB)           \
+#define KELO_GL_ARB_VBO_FUNCTIONS(X)                           \
+  X(PFNGLGENBUFFERSARBPROC, GenBuffersARB)                     \
+  X(PFNGLBINDBUFFERARBPROC, BindBufferARB)                     \
+  X(PFNGLBUFFERDATAARBPROC, BufferDataARB)                     \
+  X(PFNGLBUFFERSUBDATAARBPROC, BufferSubDataARB)               \
+  X(PFNGLISBUFFERARBPROC, IsBufferARB)                         \
+  X(PFNGLGETBUFFERPARAMETERIVARBPROC, GetBufferParameterivARB) \
   X(PFNGLDELETEBUFFERSARBPROC, DeleteBuffersARB)
 
 #define KELO_GL_ARB_VAO_FUNCTIONS(X)                 \

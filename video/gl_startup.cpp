@@ -1,6 +1,7 @@
 #include <GL/gl.h>
 
 #include "kelo/log.h"
+#include "shapes/vram.h"
 #include "video/capabilities.h"
 #include "video/gl_functions.h"
 #include "video/gl_loaders.h"
@@ -76,6 +77,15 @@ bool IOpenGL::ChooseColorPath() {
 // Only the last program made is deleted; neither the flags nor `program`
 // are cleared.
 void IOpenGL::ReleaseGL() {
+  DeleteColorProgram();
+  if (VRAMManager) {
+    VRAMManager->Release();
+    delete VRAMManager;
+    VRAMManager = nullptr;
+  }
+}
+
+void IOpenGL::DeleteColorProgram() {
   if (shaderFlags.useShader) {
     gl::DeleteProgram(program);
   } else if (shaderFlags.useARBShader) {

@@ -68,10 +68,15 @@ public:
   void InitGL(unsigned width, unsigned height);
   // Deletes the last colour program and releases the vertex storage.
   void ReleaseGL();
+  void DeleteColorProgram();
   void InitGLPrograms();
   // Picks the colour path, logs it and loads its entry points; false for
   // texture combining, which needs no program.
   bool ChooseColorPath();
+  // Around each stored draw: hands the current colour `c` to the colour path,
+  // then puts it back as OpenGL's current colour.
+  void HandOverColor(const float c[4]);
+  void TakeBackColor(const float c[4]);
 
   struct ShaderFlags {
     unsigned useShader : 1;
