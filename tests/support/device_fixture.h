@@ -1,0 +1,36 @@
+#pragma once
+
+#include "shapes/vram.h"
+#include "tests/support/gl_fixture.h"
+#include "tests/support/log_capture.h"
+#include "video/opengl_device.h"
+
+namespace Kelo::Test {
+
+// A device started on the suite's context as SetDisplayMode starts it: OpenGL
+// start-up for the window's size, then the process's vertex storage.
+class DeviceTest : public GLTest {
+protected:
+  void SetUp() override {
+    GLTest::SetUp();
+    device.currentMode = {kWidth, kHeight, 32, true, 60};
+    device.InitGL(kWidth, kHeight);
+    // Start-up's Apple-only hint is refused here; it is not the test's error.
+    while (glGetError() != GL_NO_ERROR) {
+    }
+    if (!VRAMManager) {
+      VRAMManager = new OGLVRAM;
+      VRAMManager->Init();
+    }
+    log.Clear();
+  }
+  void TearDown() override {
+    device.ReleaseGL();
+    GLTest::TearDown();
+  }
+
+  IOpenGL device;
+  LogCapture log;
+};
+
+}  // namespace Kelo::Test
