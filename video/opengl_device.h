@@ -7,6 +7,8 @@
 
 namespace Kelo {
 
+struct WindowEvent;
+
 class IOpenGL : public IVideo {
 public:
   IOpenGL();
@@ -72,6 +74,17 @@ public:
   // Picks the colour path, logs it and loads its entry points; false for
   // texture combining, which needs no program.
   bool ChooseColorPath();
+
+  // All platform work of SetDisplayMode: display capture and switch, the new
+  // context, its window, the event handler and the swap interval.
+  bool SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync);
+  // A new context sharing objects with the current one, for rendering into
+  // `window` or full screen on the device's display through it; null on failure.
+  void* InitGLWindowedCtx(void* window, const DisplayMode& mode);
+  void* InitGLFullscreenCtx(void* window, const DisplayMode& mode);
+  // Follows the size of the host's window; `userData` is the device. Always
+  // answers kEventNotHandled.
+  static int windowEventHandler(const WindowEvent& event, void* userData);
 
   struct ShaderFlags {
     unsigned useShader : 1;
