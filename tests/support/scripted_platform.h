@@ -80,34 +80,35 @@ public:
   bool BestModeWithRefreshRate(unsigned, unsigned bitsPerPixel, unsigned width, unsigned height,
                                double refreshRate, DisplayMode& out, bool& exactMatch) override {
     out = {width, height, bitsPerPixel, false, static_cast<unsigned>(refreshRate)};
-    exactMatch = bestModeExact;
-    return hasBestMode;
+    exactMatch = answers.bestModeExact;
+    return answers.hasBestMode;
   }
   bool BestMode(unsigned, unsigned bitsPerPixel, unsigned width, unsigned height,
                 DisplayMode& out) override {
     out = {width, height, bitsPerPixel, false, 60};
-    return hasModeNearDesktop;
+    return answers.hasModeNearDesktop;
   }
 
   void CaptureDisplay(unsigned display) override { captured.insert(display); }
   void ReleaseDisplay(unsigned display) override { captured.erase(display); }
   bool IsDisplayCaptured(unsigned display) override { return captured.count(display) != 0; }
   bool SwitchToMode(unsigned display, void*, const DisplayMode& mode) override {
-    if (switchSucceeds) switchedModes[display] = mode;
-    return switchSucceeds;
+    if (answers.switchSucceeds) switchedModes[display] = mode;
+    return answers.switchSucceeds;
   }
   bool GraphicsDevice(unsigned display, int& device) override {
     device = static_cast<int>(display);
-    return hasGraphicsDevice;
+    return answers.hasGraphicsDevice;
   }
 
   void* ChoosePixelFormat(const int* device, const int* attributes) override {
     PixelFormat format;
     for (const int* token = attributes; *token != AGL_NONE; ++token) {
       format.attributes.push_back(*token);
+      if (TakesValue(*token)) format.attributes.push_back(*++token);
     }
     if (device) format.device = *device;
-    if (!anyFormat || (!stencilFormats && AsksForStencil(format))) return nullptr;
+    if (!answers.anyFormat || (!answers.stencilFormats && AsksForStencil(format))) return nullptr;
     formats.push_back(std::make_unique<PixelFormat>(format));
     return formats.back().get();
   }
@@ -116,20 +117,20 @@ public:
                                [format](const auto& made) { return made.get() == format; }));
   }
   void* CreateContext(void* format, void*, void* share) override {
-    if (!contextCreationSucceeds || (share && share != context)) return nullptr;
+    if (!answers.contextCreationSucceeds || (share && share != context)) return nullptr;
     contexts.push_back(std::make_unique<Context>());
     contexts.back()->format = *static_cast<PixelFormat*>(format);
     contexts.back()->share = share;
     return contexts.back().get();
   }
   bool AttachToWindow(void* handle, void* window) override {
-    if (window && (!attachSucceeds || !IsValidWindow(window))) return false;
+    if (window && (!answers.attachSucceeds || !IsValidWindow(window))) return false;
     Made(handle).window = window;
     Made(handle).fullScreen = false;
     return true;
   }
   bool SetFullScreen(void* handle, void* window) override {
-    if (!fullScreenSucceeds) return false;
+    if (!answers.fullScreenSucceeds) return false;
     Made(handle).window = window;
     Made(handle).fullScreen = true;
     return true;
@@ -138,7 +139,8 @@ public:
     Made(handle).swapInterval = interval;
   }
   bool MakeCurrent(void* handle) override {
-    if (handle && (!makeCurrentSucceeds || Made(handle).destroyed || !Made(handle).window)) {
+    if (handle &&
+        (!answers.makeCurrentSucceeds || Made(handle).destroyed || !Made(handle).window)) {
       return false;
     }
     context = handle;
@@ -191,17 +193,19 @@ public:
   bool displayListReadable = true;
   std::vector<Display> displays;
   unsigned mainDisplay = 1;
-  bool hasBestMode = true;
-  bool bestModeExact = true;
-  bool hasModeNearDesktop = true;
-  bool switchSucceeds = true;
-  bool hasGraphicsDevice = true;
-  bool anyFormat = true;
-  bool stencilFormats = true;
-  bool contextCreationSucceeds = true;
-  bool attachSucceeds = true;
-  bool fullScreenSucceeds = true;
-  bool makeCurrentSucceeds = true;
+  struct Answers {
+    bool hasBestMode = true;
+    bool bestModeExact = true;
+    bool hasModeNearDesktop = true;
+    bool switchSucceeds = true;
+    bool hasGraphicsDevice = true;
+    bool anyFormat = true;
+    bool stencilFormats = true;
+    bool contextCreationSucceeds = true;
+    bool attachSucceeds = true;
+    bool fullScreenSucceeds = true;
+    bool makeCurrentSucceeds = true;
+  } answers;
   std::string lastError = "invalid drawable";
   std::set<void*> windows;
   std::map<void*, std::pair<int, int>> contentSizes;
@@ -221,6 +225,13 @@ private:
       if (display.id == id) return &display;
     }
     return nullptr;
+  }
+  static bool TakesValue(int token) {
+    for (int valued : {AGL_LEVEL, AGL_DEPTH_SIZE, AGL_STENCIL_SIZE, AGL_SAMPLE_BUFFERS_ARB,
+                       AGL_SAMPLES_ARB, AGL_PIXEL_SIZE}) {
+      if (token == valued) return true;
+    }
+    return false;
   }
   static bool AsksForStencil(const PixelFormat& format) {
     const auto& a = format.attributes;
