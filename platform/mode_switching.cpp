@@ -1,7 +1,129 @@
+#include "kelo/log.h"
+#include "platform/platform.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
+namespace {
 
-bool IOpenGL::SetDisplayMode(void*, const DisplayMode&, bool) { return false; }
+// The window events the handler follows, in the order it is installed for.
+constexpr unsigned kWindowEvents[] = {kEventWindowBoundsChanged, kEventWindowBoundsChanging};
+
+// Every failure after the display was taken gives it back; the mode it was
+// switched to stays.
+bool ReleaseDisplayAndFail(unsigned display) {
+  CurrentPlatform().ReleaseDisplay(display);
+  return false;
+}
+
+// Takes the display and switches it to exactly the requested mode; the
+// closest other mode is never taken.
+void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
+  Platform& platform = CurrentPlatform();
+  platform.CaptureDisplay(device.displayId);
+  bool exactMatch = true;
+  DisplayMode best;
+  if (!platform.BestModeWithRefreshRate(device.displayId, mode.bitsPerPixel, mode.width,
+                                        mode.height, static_cast<double>(mode.refreshRate), best,
+                                        exactMatch)) {
+    Log::Output("[kelo-agl] mode invalid.\n");
+    ReleaseDisplayAndFail(device.displayId);
+    return nullptr;
+  }
+  if (!exactMatch) {
+    Log::Output("[kelo-agl] mode %dx%dx%d@%dHz not supported\n", mode.width, mode.height,
+                mode.bitsPerPixel, mode.refreshRate);
+    ReleaseDisplayAndFail(device.displayId);
+    return nullptr;
+  }
+  if (!platform.SwitchToMode(device.displayId, window, best)) {
+    Log::Output("[kelo-agl] cannot switch to mode.\n");
+    ReleaseDisplayAndFail(device.displayId);
+    return nullptr;
+  }
+  void* context = device.InitGLFullscreenCtx(window, mode);
+  if (!context) {
+    Log::Output("[kelo-agl] failed to initialize fullscreen context.\n");
+    ReleaseDisplayAndFail(device.displayId);
+  }
+  return context;
+}
+
+// Leaving full screen first puts the display back to the size and depth of
+// the desktop that Init found, then gives it back.
+void* EnterWindow(IOpenGL& device, void* window, const DisplayMode& mode) {
+  Platform& platform = CurrentPlatform();
+  if (!device.currentMode.windowed) {
+    const DisplayMode& desktop = device.desktopMode;
+    DisplayMode best;
+    if (!platform.BestMode(device.displayId, desktop.bitsPerPixel, desktop.width, desktop.height,
+                           best)) {
+      Log::Output("[kelo-agl] no suitable mode found.\n");
+      ReleaseDisplayAndFail(device.displayId);
+      return nullptr;
+    }
+    if (!platform.SwitchToMode(device.displayId, window, best)) {
+      Log::Output("[kelo-agl] cannot switch to mode\n");
+      ReleaseDisplayAndFail(device.displayId);
+      return nullptr;
+    }
+    platform.ReleaseDisplay(device.displayId);
+  }
+  void* context = device.InitGLWindowedCtx(window, mode);
+  if (!context) Log::Output("[kelo-agl] failed to initialze window context.\n");
+  return context;
+}
+
+bool AttachContext(IOpenGL& device, void* context, void* window, bool windowed) {
+  Platform& platform = CurrentPlatform();
+  if (windowed) {
+    if (platform.AttachToWindow(context, window)) return true;
+    Log::Output("[kelo-agl] failed to attach context to window: [%s]\n", platform.LastError());
+    return false;
+  }
+  if (platform.SetFullScreen(context, window)) return true;
+  Log::Output("[kelo-agl] cannot switch to fullscreen.\n");
+  return ReleaseDisplayAndFail(device.displayId);
+}
+
+}  // namespace
+
+bool IOpenGL::SetDisplayMode(void* window, const DisplayMode& mode, bool vsync) {
+  if (!SetDisplayModePlatform(window, mode, vsync)) return false;
+  InitGL(mode.width, mode.height);
+  return true;
+}
+
+// The old context is whatever is current; it stays current and alive on every
+// failure, and goes only once the new one has taken its place.
+bool IOpenGL::SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync) {
+  Platform& platform = CurrentPlatform();
+  if (mode.windowed && !platform.IsValidWindow(window)) {
+    Log::Output("[kelo-agl] invalid window handle.\n");
+    return false;
+  }
+  void* context =
+      mode.windowed ? EnterWindow(*this, window, mode) : EnterFullScreen(*this, window, mode);
+  if (!context) return false;
+  // Recorded before the context is attached, so a later failure still leaves
+  // the requested mode here while the old context stays current.
+  currentMode = mode;
+  // A context that never became current is of no use to anyone: destroyed
+  // on failure instead of leaked.
+  if (!AttachContext(*this, context, window, mode.windowed)) {
+    platform.DestroyContext(context);
+    return false;
+  }
+  // Never removed: after N successful calls with one window, N handlers run.
+  platform.InstallWindowEventHandler(window, kWindowEvents, 2, windowEventHandler, this);
+  platform.SetSwapInterval(context, vsync ? 1 : 0);
+  void* old = platform.CurrentContext();
+  if (!platform.MakeCurrent(context)) {
+    Log::Output("[kelo-agl] cannot switch to context.\n");
+    platform.DestroyContext(context);
+    return ReleaseDisplayAndFail(displayId);
+  }
+  if (old) platform.DestroyContext(old);
+  return true;
+}
 
 }  // namespace Kelo

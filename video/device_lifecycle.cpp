@@ -11,8 +11,10 @@ IOpenGL::IOpenGL()
                                                                             0, 0, 0, 0, 1, 0,
                                                                             0, 0, 0, 1} {}
 
-// Releases nothing: the host calls ReleaseDevice first.
-IOpenGL::~IOpenGL() {}
+// Releases nothing: the host calls ReleaseDevice first. Only the device's
+// window-event handlers go, since the platform would otherwise hand them a
+// destroyed device on the window's next event.
+IOpenGL::~IOpenGL() { CurrentPlatform().RemoveWindowEventHandlers(this); }
 
 bool IOpenGL::Init() {
   ModeRecord mode;

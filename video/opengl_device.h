@@ -7,6 +7,8 @@
 
 namespace Kelo {
 
+struct WindowEvent;
+
 class IOpenGL : public IVideo {
 public:
   IOpenGL();
@@ -77,6 +79,17 @@ public:
   // then puts it back as OpenGL's current colour.
   void HandOverColor(const float c[4]);
   void TakeBackColor(const float c[4]);
+
+  // All platform work of SetDisplayMode: display capture and switch, the new
+  // context, its window, the event handler and the swap interval.
+  bool SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync);
+  // A new context sharing objects with the current one, for rendering into
+  // `window` or full screen on the device's display through it; null on failure.
+  void* InitGLWindowedCtx(void* window, const DisplayMode& mode);
+  void* InitGLFullscreenCtx(void* window, const DisplayMode& mode);
+  // Follows the size of the host's window; `userData` is the device. Always
+  // answers kEventNotHandled.
+  static int windowEventHandler(const WindowEvent& event, void* userData);
 
   struct ShaderFlags {
     unsigned useShader : 1;

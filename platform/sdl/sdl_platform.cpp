@@ -1,12 +1,105 @@
 #include "platform/sdl/sdl_platform.h"
 
-#include <SDL.h>
+#include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace Kelo {
 namespace {
 
+// SDL looks windows up only by id; ids count up from 1 and are never reused.
+// A handle is live when a window with one of these ids has it, which keeps
+// stale and foreign pointers from ever being dereferenced.
+constexpr Uint32 kMaxWindowId = 1u << 16;
+
 bool EnsureVideo() {
   return SDL_WasInit(SDL_INIT_VIDEO) != 0 || SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
+}
+
+// SDL's index of display id `display`, or -1 when SDL has no such display.
+int DisplayIndex(unsigned display) {
+  if (!EnsureVideo() || display == 0) return -1;
+  const int count = SDL_GetNumVideoDisplays();
+  return static_cast<int>(display) <= count ? static_cast<int>(display) - 1 : -1;
+}
+
+SDL_Window* LiveWindow(void* handle) {
+  if (!handle || !EnsureVideo()) return nullptr;
+  for (Uint32 id = 1; id <= kMaxWindowId; ++id) {
+    if (SDL_GetWindowFromID(id) == handle) return static_cast<SDL_Window*>(handle);
+  }
+  SDL_SetError("not a window of this process");
+  return nullptr;
+}
+
+ModeRecord RecordOf(const SDL_DisplayMode& mode) {
+  ModeRecord record;
+  record.width = ModeValue::Of(mode.w);
+  record.height = ModeValue::Of(mode.h);
+  record.bitsPerPixel = ModeValue::Of(SDL_BITSPERPIXEL(mode.format));
+  // SDL reports 0 for a rate it does not know, which reads as a present 0 Hz.
+  record.refreshRate = ModeValue::Of(mode.refresh_rate);
+  return record;
+}
+
+// SDL's closest mode: of at least the requested size, the requested format
+// preferred (any, here), then the nearest refresh rate (SDL's 0: the
+// desktop's).
+bool ClosestMode(unsigned display, unsigned width, unsigned height, int refreshRate,
+                 SDL_DisplayMode& out) {
+  const int index = DisplayIndex(display);
+  if (index < 0) return false;
+  SDL_DisplayMode wanted{0, static_cast<int>(width), static_cast<int>(height), refreshRate,
+                         nullptr};
+  return SDL_GetClosestDisplayMode(index, &wanted, &out) != nullptr;
+}
+
+DisplayMode DisplayModeOf(const SDL_DisplayMode& mode) {
+  return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h),
+          SDL_BITSPERPIXEL(mode.format), false, static_cast<unsigned>(mode.refresh_rate)};
+}
+
+// An attribute list as SDL GL attributes.
+struct PixelFormat {
+  std::vector<std::pair<SDL_GLattr, int>> settings;
+};
+
+// Tokens followed by a value, and the SDL attribute each value goes to.
+constexpr std::pair<int, SDL_GLattr> kValuedAttributes[] = {
+    {AGL_DEPTH_SIZE, SDL_GL_DEPTH_SIZE},
+    {AGL_STENCIL_SIZE, SDL_GL_STENCIL_SIZE},
+    {AGL_SAMPLE_BUFFERS_ARB, SDL_GL_MULTISAMPLEBUFFERS},
+    {AGL_SAMPLES_ARB, SDL_GL_MULTISAMPLESAMPLES},
+    {AGL_PIXEL_SIZE, SDL_GL_BUFFER_SIZE},
+};
+
+// False for a token SDL cannot honour. SDL's formats are all RGBA and know no
+// software fall-back to refuse; the drawable kind and the multisampling
+// preference need no attribute of their own.
+bool Translate(const int*& token, PixelFormat& format) {
+  switch (*token) {
+    case AGL_RGBA:
+    case AGL_NO_RECOVERY:
+    case AGL_MULTISAMPLE:
+    case AGL_WINDOW:
+    case AGL_FULLSCREEN:
+      return true;
+    case AGL_DOUBLEBUFFER:
+      format.settings.emplace_back(SDL_GL_DOUBLEBUFFER, 1);
+      return true;
+    case AGL_ACCELERATED:
+      format.settings.emplace_back(SDL_GL_ACCELERATED_VISUAL, 1);
+      return true;
+    case AGL_LEVEL:
+      return *++token == 0;  // SDL draws on the main plane only
+  }
+  for (const auto& [name, attribute] : kValuedAttributes) {
+    if (*token == name) {
+      format.settings.emplace_back(attribute, *++token);
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -21,16 +114,235 @@ void SdlPlatform::SwapBuffers(void* context) {
 bool SdlPlatform::DesktopMode(ModeRecord& out) {
   SDL_DisplayMode mode;
   if (!EnsureVideo() || SDL_GetDesktopDisplayMode(0, &mode) != 0) return false;
-  out.width = ModeValue::Of(mode.w);
-  out.height = ModeValue::Of(mode.h);
-  out.bitsPerPixel = ModeValue::Of(SDL_BITSPERPIXEL(mode.format));
-  // SDL reports 0 for a rate it does not know, which reads as a present 0 Hz.
-  out.refreshRate = ModeValue::Of(mode.refresh_rate);
+  out = RecordOf(mode);
   return true;
 }
 
 void* SdlPlatform::GLProcAddress(const char* name) {
   return EnsureVideo() ? SDL_GL_GetProcAddress(name) : nullptr;
+}
+
+bool SdlPlatform::ActiveDisplays(std::vector<unsigned>& out) {
+  const int count = EnsureVideo() ? SDL_GetNumVideoDisplays() : -1;
+  if (count < 0) return false;
+  out.clear();
+  for (int index = 0; index < count; ++index) out.push_back(static_cast<unsigned>(index) + 1);
+  return true;
+}
+
+unsigned SdlPlatform::MainDisplay() { return 1; }
+
+bool SdlPlatform::ModelName(unsigned display, std::vector<char>& out) {
+  const int index = DisplayIndex(display);
+  const char* name = index < 0 ? nullptr : SDL_GetDisplayName(index);
+  if (!name) return false;
+  out.assign(name, name + std::strlen(name) + 1);
+  return true;
+}
+
+bool SdlPlatform::DisplayModes(unsigned display, std::vector<ListedMode>& out) {
+  const int index = DisplayIndex(display);
+  const int count = index < 0 ? -1 : SDL_GetNumDisplayModes(index);
+  if (count < 0) return false;
+  out.clear();
+  for (int i = 0; i < count; ++i) {
+    SDL_DisplayMode mode;
+    // SDL knows neither flag: every mode suits the desktop and none is
+    // stretched.
+    if (SDL_GetDisplayMode(index, i, &mode) == 0) out.push_back({RecordOf(mode), true, {}});
+  }
+  return true;
+}
+
+bool SdlPlatform::BestModeWithRefreshRate(unsigned display, unsigned bitsPerPixel, unsigned width,
+                                          unsigned height, double refreshRate, DisplayMode& out,
+                                          bool& exactMatch) {
+  SDL_DisplayMode closest;
+  if (!ClosestMode(display, width, height, static_cast<int>(refreshRate), closest)) return false;
+  out = DisplayModeOf(closest);
+  exactMatch = out.width == width && out.height == height && out.bitsPerPixel == bitsPerPixel &&
+               closest.refresh_rate == refreshRate;
+  return true;
+}
+
+bool SdlPlatform::BestMode(unsigned display, unsigned, unsigned width, unsigned height,
+                           DisplayMode& out) {
+  SDL_DisplayMode closest;
+  if (!ClosestMode(display, width, height, 0, closest)) return false;
+  out = DisplayModeOf(closest);
+  return true;
+}
+
+void SdlPlatform::CaptureDisplay(unsigned display) { captured.insert(display); }
+
+void SdlPlatform::ReleaseDisplay(unsigned display) { captured.erase(display); }
+
+bool SdlPlatform::IsDisplayCaptured(unsigned display) { return captured.count(display) != 0; }
+
+// SDL switches a display through a window: the mode applies while the window
+// is full screen.
+bool SdlPlatform::SwitchToMode(unsigned display, void* window, const DisplayMode& mode) {
+  SDL_DisplayMode closest;
+  SDL_Window* target = LiveWindow(window);
+  if (!target ||
+      !ClosestMode(display, mode.width, mode.height, static_cast<int>(mode.refreshRate), closest)) {
+    return false;
+  }
+  return SDL_SetWindowDisplayMode(target, &closest) == 0;
+}
+
+bool SdlPlatform::GraphicsDevice(unsigned display, int& device) {
+  device = DisplayIndex(display);
+  return device >= 0;
+}
+
+void* SdlPlatform::ChoosePixelFormat(const int* device, const int* attributes) {
+  if (device && (!EnsureVideo() || *device < 0 || *device >= SDL_GetNumVideoDisplays())) {
+    return nullptr;
+  }
+  auto* format = new PixelFormat;
+  for (const int* token = attributes; *token != AGL_NONE; ++token) {
+    if (!Translate(token, *format)) {
+      delete format;
+      return nullptr;
+    }
+  }
+  return format;
+}
+
+void SdlPlatform::DestroyPixelFormat(void* format) { delete static_cast<PixelFormat*>(format); }
+
+// The attributes stay set afterwards, so a window the host creates later gets
+// the framebuffer the device asked for; only the sharing flag is put back.
+void* SdlPlatform::CreateContext(void* format, void* window, void* share) {
+  SDL_Window* target = LiveWindow(window);
+  SDL_GLContext previous = SDL_GL_GetCurrentContext();
+  if (!target || (share && share != previous)) return nullptr;
+  for (const auto& [attribute, value] : static_cast<PixelFormat*>(format)->settings) {
+    SDL_GL_SetAttribute(attribute, value);
+  }
+  SDL_Window* previousWindow = SDL_GL_GetCurrentWindow();
+  int sharing = 0;
+  SDL_GL_GetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, &sharing);
+  SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, share ? 1 : 0);
+  SDL_GLContext context = SDL_GL_CreateContext(target);
+  SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, sharing);
+  // SDL makes a new context current at once; the device decides when.
+  SDL_GL_MakeCurrent(previousWindow, previous);
+  if (context) contexts[context].window = target;
+  return context;
+}
+
+SdlPlatform::ContextState* SdlPlatform::Known(void* context) {
+  const auto found = contexts.find(context);
+  if (found != contexts.end()) return &found->second;
+  SDL_SetError("not a context of this plug-in");
+  return nullptr;
+}
+
+bool SdlPlatform::AttachToWindow(void* context, void* window) {
+  ContextState* state = Known(context);
+  if (!state) return false;
+  if (!window) {
+    state->window = nullptr;
+    return true;
+  }
+  SDL_Window* target = LiveWindow(window);
+  if (!target) return false;
+  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) &&
+      SDL_SetWindowFullscreen(target, 0) != 0) {
+    return false;
+  }
+  state->window = target;
+  return true;
+}
+
+bool SdlPlatform::SetFullScreen(void* context, void* window) {
+  ContextState* state = Known(context);
+  SDL_Window* target = LiveWindow(window);
+  if (!state || !target || SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) {
+    return false;
+  }
+  state->window = target;
+  return true;
+}
+
+void SdlPlatform::SetSwapInterval(void* context, int interval) {
+  if (context == SDL_GL_GetCurrentContext()) {
+    SDL_GL_SetSwapInterval(interval);
+  } else if (ContextState* state = Known(context)) {
+    state->swapInterval = interval;
+  }
+}
+
+bool SdlPlatform::MakeCurrent(void* context) {
+  if (!context) return SDL_GL_MakeCurrent(nullptr, nullptr) == 0;
+  ContextState* state = Known(context);
+  if (!state) return false;
+  SDL_Window* window = LiveWindow(state->window);
+  if (!window || SDL_GL_MakeCurrent(window, context) != 0) return false;
+  if (state->swapInterval) {
+    SDL_GL_SetSwapInterval(*state->swapInterval);
+    state->swapInterval.reset();
+  }
+  return true;
+}
+
+void SdlPlatform::DestroyContext(void* context) {
+  if (!context) return;
+  SDL_GL_DeleteContext(context);
+  contexts.erase(context);
+}
+
+const char* SdlPlatform::LastError() { return SDL_GetError(); }
+
+bool SdlPlatform::IsValidWindow(void* window) { return LiveWindow(window) != nullptr; }
+
+bool SdlPlatform::WindowContentSize(void* window, int& width, int& height) {
+  SDL_Window* target = LiveWindow(window);
+  if (!target) return false;
+  SDL_GL_GetDrawableSize(target, &width, &height);
+  return true;
+}
+
+void SdlPlatform::InstallWindowEventHandler(void* window, const unsigned* kinds, int count,
+                                            WindowEventHandler handler, void* user) {
+  SDL_Window* target = LiveWindow(window);
+  if (!target) return;
+  watches.push_back({SDL_GetWindowID(target), {kinds, kinds + count}, handler, user});
+  SDL_AddEventWatch(&DeliverWindowEvent, &watches.back());
+}
+
+void SdlPlatform::RemoveWindowEventHandlers(void* user) {
+  for (auto watch = watches.begin(); watch != watches.end();) {
+    if (watch->user == user) {
+      SDL_DelEventWatch(&DeliverWindowEvent, &*watch);
+      watch = watches.erase(watch);
+    } else {
+      ++watch;
+    }
+  }
+}
+
+// SDL tells size changes and moves apart; both are bounds changes here. SDL
+// has no event for bounds that are still changing.
+int SdlPlatform::DeliverWindowEvent(void* data, SDL_Event* event) {
+  const Watch& watch = *static_cast<const Watch*>(data);
+  if (event->type != SDL_WINDOWEVENT || event->window.windowID != watch.windowId) return 0;
+  WindowEvent delivered;
+  delivered.kind = kEventWindowBoundsChanged;
+  delivered.window = SDL_GetWindowFromID(watch.windowId);
+  if (event->window.event == SDL_WINDOWEVENT_SIZE_CHANGED) {
+    delivered.attributes = kWindowBoundsChangeSizeChanged;
+  } else if (event->window.event == SDL_WINDOWEVENT_MOVED) {
+    delivered.attributes = kWindowBoundsChangeOriginChanged;
+  } else {
+    return 0;
+  }
+  if (std::find(watch.kinds.begin(), watch.kinds.end(), delivered.kind) != watch.kinds.end()) {
+    watch.handler(delivered, watch.user);
+  }
+  return 0;
 }
 
 }  // namespace Kelo

@@ -1,0 +1,43 @@
+#include <optional>
+
+#include "platform/platform.h"
+#include "video/opengl_device.h"
+
+namespace Kelo {
+namespace {
+
+// Moves that keep the size are ignored. The window's size now is used, not
+// the event's, so an event sent while the size is changing sees the old one.
+// SDL keeps the drawable in step with the window by itself.
+void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> attributes) {
+  if (!attributes || !(*attributes & kWindowBoundsChangeSizeChanged)) return;
+  Platform& platform = CurrentPlatform();
+  if (!window || !platform.IsValidWindow(window)) return;
+  int width = 0;
+  int height = 0;
+  if (!platform.WindowContentSize(window, width, height)) return;
+  device.InitGL(static_cast<unsigned>(width), static_cast<unsigned>(height));
+}
+
+// The handler is never installed for this kind; the branch is kept for a
+// platform that delivers it.
+void DetachFromWindow(const IOpenGL& device) {
+  if (!device.currentMode.windowed) return;
+  Platform& platform = CurrentPlatform();
+  if (void* context = platform.CurrentContext()) platform.AttachToWindow(context, nullptr);
+}
+
+}  // namespace
+
+int IOpenGL::windowEventHandler(const WindowEvent& event, void* userData) {
+  IOpenGL& device = *static_cast<IOpenGL*>(userData);
+  if (!event.window || event.kind < kEventWindowBoundsChanging) return kEventNotHandled;
+  if (event.kind == kEventWindowBoundsChanging || event.kind == kEventWindowBoundsChanged) {
+    FollowWindowSize(device, *event.window, event.attributes);
+  } else if (event.kind == kEventWindowDetach) {
+    DetachFromWindow(device);
+  }
+  return kEventNotHandled;
+}
+
+}  // namespace Kelo
