@@ -1,5 +1,6 @@
 #include "kelo/log.h"
 #include "platform/platform.h"
+#include "shapes/vram.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -87,9 +88,15 @@ bool AttachContext(IOpenGL& device, void* context, void* window, bool windowed) 
 
 }  // namespace
 
+// Storage is started once per process and kept across mode changes, so
+// shapes outlive them.
 bool IOpenGL::SetDisplayMode(void* window, const DisplayMode& mode, bool vsync) {
   if (!SetDisplayModePlatform(window, mode, vsync)) return false;
   InitGL(mode.width, mode.height);
+  if (!VRAMManager) {
+    VRAMManager = new OGLVRAM;
+    VRAMManager->Init();
+  }
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "shapes/vram.h"
 #include "tests/support/display_mode_compare.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
@@ -26,10 +27,13 @@ const DisplayMode kDesktopSizeAndDepth{1280, 800, 32, false, 60};
 
 enum class From { NoContext, Windowed, FullScreen };
 
-// Lines that start-up writes, which tell how often it ran.
+// The colour-path lines that start-up writes, which tell how often it ran.
 int StartUps(const Lines& lines) {
   int count = 0;
-  for (const std::string& line : lines) count += line.rfind("[kelo-opengl]", 0) == 0;
+  for (const std::string& line : lines) {
+    count += line.rfind("[kelo-opengl] will use", 0) == 0 ||
+             line.rfind("[kelo-opengl] no vertex shader", 0) == 0;
+  }
   return count;
 }
 
@@ -403,6 +407,26 @@ TEST_F(ModeSwitchingTest, ADestroyedDeviceLeavesNoHandlerBehind) {
   }
   ASSERT_EQ(platform.handlers.size(), 1u);
   EXPECT_EQ(platform.handlers[0].user, &device);
+}
+
+}  // namespace
+}  // namespace Kelo
+
+namespace Kelo {
+namespace {
+
+TEST_F(ModeSwitchingTest, StartsTheVertexStorageOnceAndKeepsIt) {
+  ASSERT_EQ(VRAMManager, nullptr);
+  EXPECT_FALSE(device.SetDisplayMode(nullptr, kWindowed, false));
+  EXPECT_EQ(VRAMManager, nullptr) << "a failed call starts nothing";
+  ASSERT_TRUE(device.SetDisplayMode(&window, kWindowed, false));
+  OGLVRAM* storage = VRAMManager;
+  ASSERT_NE(storage, nullptr);
+  EXPECT_EQ(storage->bufferCount, 1u);
+  ASSERT_TRUE(device.SetDisplayMode(&window, kFullScreen, false));
+  EXPECT_EQ(VRAMManager, storage) << "shapes survive a mode change";
+  device.ReleaseDevice(kDisplay);
+  EXPECT_EQ(VRAMManager, nullptr);
 }
 
 }  // namespace
