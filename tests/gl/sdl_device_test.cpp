@@ -1,0 +1,163 @@
+#include <GL/gl.h>
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "kelo/colors.h"
+#include "shapes/vram.h"
+#include "tests/support/gl_fixture.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/pixels.h"
+#include "video/opengl_device.h"
+
+namespace Kelo {
+namespace {
+
+using Test::Rgba;
+
+// The device on the real SDL platform, as a host drives it: its own window,
+// and every context made by the device itself.
+class SdlDeviceTest : public ::testing::Test {
+protected:
+  static constexpr int kSize = 48;
+
+  void SetUp() override {
+    ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
+    ASSERT_EQ(SDL_GL_LoadLibrary(nullptr), 0) << SDL_GetError();
+    Kelo::Test::RequestDeviceFramebuffer();
+    window = SDL_CreateWindow("kelo-sdl-test", 0, 0, kSize, kSize,
+                              SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
+    ASSERT_NE(window, nullptr) << SDL_GetError();
+    ASSERT_TRUE(device.Init());
+    DeviceDescription main{};
+    ASSERT_TRUE(device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main));
+    unsigned long handle = 0;
+    ASSERT_TRUE(device.InitDevice(main, handle));
+  }
+  void TearDown() override {
+    device.ReleaseDevice(0);
+    SDL_DestroyWindow(window);
+  }
+  bool Windowed(int width = kSize, int height = kSize) {
+    const DisplayMode mode{static_cast<unsigned>(width), static_cast<unsigned>(height), 32, true,
+                           60};
+    return device.SetDisplayMode(window, mode, false);
+  }
+
+  SDL_Window* window = nullptr;
+  IOpenGL device;
+  Kelo::Test::LogCapture log;
+};
+
+TEST_F(SdlDeviceTest, AWindowedModeMakesACurrentContextAndStartsOpenGLAndStorageOnce) {
+  EXPECT_FALSE(device.IsReady());
+  ASSERT_TRUE(Windowed()) << SDL_GetError();
+  EXPECT_TRUE(device.IsReady());
+  EXPECT_NE(SDL_GL_GetCurrentContext(), nullptr);
+  ASSERT_NE(VRAMManager, nullptr);
+  OGLVRAM* storage = VRAMManager;
+  ASSERT_TRUE(Windowed());
+  EXPECT_EQ(VRAMManager, storage);
+  int storageLines = 0;
+  for (const std::string& line : log.Lines()) {
+    storageLines += line.rfind("[kelo-opengl] Will use", 0) == 0;
+  }
+  EXPECT_EQ(storageLines, 1) << "the storage starts once";
+
+  device.Clear(RED);
+  EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Rgba{255, 0, 0, 255}), 0);
+  device.EndRender();
+}
+
+TEST_F(SdlDeviceTest, ShapesMadeBeforeASecondModeStillDrawAfterIt) {
+  ASSERT_TRUE(Windowed());
+  const Point quad[] = {{-24, -24}, {24, -24}, {-24, 24}, {24, 24}};
+  unsigned long shape = 0;
+  ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, BLUE, 1.0f, quad, nullptr));
+  SDL_GLContext first = SDL_GL_GetCurrentContext();
+  ASSERT_TRUE(Windowed());
+  EXPECT_NE(SDL_GL_GetCurrentContext(), first) << "every call makes a new context";
+  device.SetColor(WHITE, 1.0f);
+  device.Clear(BLACK);
+  device.SelectShape(shape);
+  device.DrawShape();
+  EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Rgba{0, 0, 255, 255}), 0);
+  EXPECT_TRUE(device.ReleaseShape(shape));
+}
+
+TEST_F(SdlDeviceTest, ResizingTheWindowRestartsOpenGLAtTheNewSize) {
+  ASSERT_TRUE(Windowed());
+  SDL_SetWindowSize(window, 40, 30);
+  SDL_PumpEvents();
+  GLint viewport[4];
+  glGetIntegerv(GL_VIEWPORT, viewport);
+  EXPECT_EQ(viewport[2], 40);
+  EXPECT_EQ(viewport[3], 30);
+  DisplayMode mode{};
+  device.GetDisplayMode(mode);
+  EXPECT_EQ(mode.width, static_cast<unsigned>(kSize)) << "the mode in use stays as requested";
+}
+
+TEST_F(SdlDeviceTest, ReleaseDeviceLeavesNoContextAndNoStorage) {
+  ASSERT_TRUE(Windowed());
+  EXPECT_TRUE(device.ReleaseDevice(0));
+  EXPECT_EQ(SDL_GL_GetCurrentContext(), nullptr);
+  EXPECT_EQ(VRAMManager, nullptr);
+  EXPECT_FALSE(device.IsReady());
+  EXPECT_TRUE(device.ReleaseDevice(0)) << "releasing again finds nothing to do";
+}
+
+TEST_F(SdlDeviceTest, RefusesAWindowThatIsGone) {
+  SDL_Window* gone = SDL_CreateWindow("gone", 0, 0, 8, 8, SDL_WINDOW_OPENGL);
+  SDL_DestroyWindow(gone);
+  const DisplayMode mode{8, 8, 32, true, 60};
+  EXPECT_FALSE(device.SetDisplayMode(gone, mode, false));
+  ASSERT_EQ(log.Lines().size(), 1u);
+  EXPECT_EQ(log.Lines()[0], "[kelo-agl] invalid window handle.\n");
+  EXPECT_FALSE(device.IsReady());
+}
+
+void CollectDevice(const DeviceDescription& device, void* user) {
+  static_cast<std::vector<DeviceDescription>*>(user)->push_back(device);
+}
+void CollectMode(const DisplayMode& mode, void* user) {
+  static_cast<std::vector<DisplayMode>*>(user)->push_back(mode);
+}
+
+TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
+  std::vector<DeviceDescription> devices;
+  ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, CollectDevice, &devices));
+  ASSERT_EQ(static_cast<int>(devices.size()), SDL_GetNumVideoDisplays());
+  for (size_t i = 0; i < devices.size(); ++i) {
+    EXPECT_EQ(devices[i].deviceClass, static_cast<unsigned>(DEV_CLASS_VIDEO));
+    EXPECT_EQ(devices[i].subClass, DEV_SUBCLASS_DISPLAY);
+    const char* name = SDL_GetDisplayName(static_cast<int>(i));
+    EXPECT_STREQ(devices[i].name, name ? name : "Unknown video");
+  }
+  std::vector<DisplayMode> modes;
+  ASSERT_TRUE(device.EnumerateDisplayModes(devices[0], CollectMode, &modes));
+  std::vector<DisplayMode> expected;
+  for (int i = 0; i < SDL_GetNumDisplayModes(0); ++i) {
+    SDL_DisplayMode mode;
+    SDL_GetDisplayMode(0, i, &mode);
+    // Modes of 8 bits or fewer (the offscreen driver's one 0-bit mode) are
+    // never offered.
+    if (SDL_BITSPERPIXEL(mode.format) <= 8) continue;
+    expected.push_back({static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h),
+                        SDL_BITSPERPIXEL(mode.format), false,
+                        mode.refresh_rate > 0 ? static_cast<unsigned>(mode.refresh_rate) : 60u});
+  }
+  ASSERT_EQ(modes.size(), expected.size());
+  for (size_t i = 0; i < modes.size(); ++i) {
+    EXPECT_EQ(modes[i].width, expected[i].width);
+    EXPECT_EQ(modes[i].height, expected[i].height);
+    EXPECT_EQ(modes[i].bitsPerPixel, expected[i].bitsPerPixel);
+    EXPECT_FALSE(modes[i].windowed);
+    EXPECT_EQ(modes[i].refreshRate, expected[i].refreshRate);
+  }
+}
+
+}  // namespace
+}  // namespace Kelo
