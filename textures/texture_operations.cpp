@@ -1,20 +1,80 @@
+#include <GL/gl.h>
+
+#include "textures/ogl_texture.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
+namespace {
 
-bool IOpenGL::CreateTexture(unsigned long&, IMAGE_FORMAT, const void*, unsigned, unsigned) {
-  return false;
+OGLTexture* TextureOf(unsigned long handle) { return reinterpret_cast<OGLTexture*>(handle); }
+
+// The handle is the host's from the moment it is written, whether or not the
+// load that follows succeeds.
+OGLTexture* NewTexture(unsigned long& handle) {
+  OGLTexture* texture = new OGLTexture{0};
+  handle = reinterpret_cast<unsigned long>(texture);
+  return texture;
 }
-bool IOpenGL::CreateFontTexture(unsigned long&, IMAGE_FORMAT, const void*, unsigned, unsigned) {
-  return false;
+
+GLuint NameOf(unsigned long handle) { return handle ? TextureOf(handle)->glName : 0; }
+
+// Leaves the texture bound; a texture without storage measures 0.
+int LevelZero(unsigned long handle, GLenum parameter) {
+  if (!handle) return 0;
+  GLint value = 0;
+  glBindTexture(GL_TEXTURE_2D, NameOf(handle));
+  glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, parameter, &value);
+  return value;
 }
-bool IOpenGL::CreateTexture(unsigned long&, const char*) { return false; }
-bool IOpenGL::CreateTexture(unsigned long&, const char*, const Color&) { return false; }
-bool IOpenGL::CreateTexture(unsigned long&, IMAGE_FORMAT, unsigned, unsigned) { return false; }
-bool IOpenGL::ReleaseTexture(unsigned long) { return true; }
-int IOpenGL::GetWidthTexture(unsigned long) const { return 0; }
-int IOpenGL::GetHeightTexture(unsigned long) const { return 0; }
-void IOpenGL::BeginTextureBatch(unsigned long) {}
-void IOpenGL::EndTextureBatch() {}
+
+}  // namespace
+
+bool IOpenGL::CreateTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels,
+                            unsigned width, unsigned height) {
+  return NewTexture(handle)->Load(format, pixels, width, height);
+}
+
+bool IOpenGL::CreateFontTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels,
+                                unsigned width, unsigned height) {
+  return NewTexture(handle)->LoadFont(format, pixels, width, height);
+}
+
+bool IOpenGL::CreateTexture(unsigned long& handle, const char* filename) {
+  return NewTexture(handle)->Load(filename);
+}
+
+bool IOpenGL::CreateTexture(unsigned long& handle, const char* filename, const Color& colorKey) {
+  return NewTexture(handle)->Load(filename, colorKey);
+}
+
+bool IOpenGL::CreateTexture(unsigned long& handle, IMAGE_FORMAT format, unsigned width,
+                            unsigned height) {
+  return NewTexture(handle)->Load(format, width, height);
+}
+
+bool IOpenGL::ReleaseTexture(unsigned long handle) {
+  if (!handle) return true;
+  TextureOf(handle)->Release();
+  delete TextureOf(handle);
+  return true;
+}
+
+int IOpenGL::GetWidthTexture(unsigned long handle) const {
+  return LevelZero(handle, GL_TEXTURE_WIDTH);
+}
+
+int IOpenGL::GetHeightTexture(unsigned long handle) const {
+  return LevelZero(handle, GL_TEXTURE_HEIGHT);
+}
+
+// The mode is set afresh on every batch: stored draws on the texture-combine
+// path leave it at GL_BLEND.
+void IOpenGL::BeginTextureBatch(unsigned long handle) {
+  glEnable(GL_TEXTURE_2D);
+  glBindTexture(GL_TEXTURE_2D, NameOf(handle));
+  glTexEnvf(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, static_cast<GLfloat>(GL_MODULATE));
+}
+
+void IOpenGL::EndTextureBatch() { glDisable(GL_TEXTURE_2D); }
 
 }  // namespace Kelo

@@ -15,9 +15,9 @@
 namespace Kelo {
 namespace {
 
-using Test::GLTest;
-using Test::LogCapture;
-using Test::ScriptedPlatform;
+using Support::GLTest;
+using Support::LogCapture;
+using Support::ScriptedPlatform;
 using Lines = std::vector<std::string>;
 
 constexpr unsigned kDisplay = 2;

@@ -15,7 +15,7 @@
 namespace Kelo {
 namespace {
 
-using Test::Rgba;
+using Support::Rgba;
 
 // The device on the real SDL platform, as a host drives it: its own window,
 // and every context made by the device itself.
@@ -26,7 +26,7 @@ protected:
   void SetUp() override {
     ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
     ASSERT_EQ(SDL_GL_LoadLibrary(nullptr), 0) << SDL_GetError();
-    Kelo::Test::RequestDeviceFramebuffer();
+    Kelo::Support::RequestDeviceFramebuffer();
     window = SDL_CreateWindow("kelo-sdl-test", 0, 0, kSize, kSize,
                               SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
     ASSERT_NE(window, nullptr) << SDL_GetError();
@@ -48,7 +48,7 @@ protected:
 
   SDL_Window* window = nullptr;
   IOpenGL device;
-  Kelo::Test::LogCapture log;
+  Kelo::Support::LogCapture log;
 };
 
 TEST_F(SdlDeviceTest, AWindowedModeMakesACurrentContextAndStartsOpenGLAndStorageOnce) {

@@ -15,9 +15,9 @@
 namespace Kelo {
 namespace {
 
-using Test::ColorPath;
-using Test::ExpectedColorPath;
-using Test::Rgba;
+using Support::ColorPath;
+using Support::ExpectedColorPath;
+using Support::Rgba;
 
 const Rgba kBlack{0, 0, 0, 255};
 const Point kQuad[] = {{-32, -32}, {32, -32}, {-32, 32}, {32, 32}};
@@ -27,7 +27,7 @@ const Point kFlippedTexcoords[] = {{0, 0}, {1, 0}, {0, -1}, {1, -1}};
 
 bool Programmed() { return ExpectedColorPath() != ColorPath::TextureCombine; }
 
-class ShapesTest : public Kelo::Test::DeviceTest {
+class ShapesTest : public Kelo::Support::DeviceTest {
 protected:
   unsigned long Store(const Point* points, unsigned long count, const Color& colour, float alpha,
                       const Point* texcoords = nullptr) {
@@ -43,13 +43,13 @@ protected:
   }
   void TearDown() override {
     for (unsigned long handle : handles) device.ReleaseShape(handle);
-    Kelo::Test::DeviceTest::TearDown();
+    Kelo::Support::DeviceTest::TearDown();
   }
   std::vector<unsigned long> handles;
 };
 
 TEST_F(ShapesTest, StoresOnTheExpectedBackEnd) {
-  const std::string storage = Kelo::Test::ExpectedStorage();
+  const std::string storage = Kelo::Support::ExpectedStorage();
   if (storage.empty()) GTEST_SKIP() << "KELO_EXPECT_STORAGE is not set; run through ctest";
   EXPECT_EQ(VRAMManager->init, storage == "vbo" ? &vbo_init : &ram_init);
 }

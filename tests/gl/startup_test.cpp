@@ -14,9 +14,9 @@
 namespace Kelo {
 namespace {
 
-using Test::ColorPath;
-using Test::ExpectedColorPath;
-using Test::GLTest;
+using Support::ColorPath;
+using Support::ExpectedColorPath;
+using Support::GLTest;
 
 template <typename F>
 F Fetch(const char* name) {
@@ -42,7 +42,7 @@ protected:
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_INVALID_ENUM));
   }
   IOpenGL device;
-  Kelo::Test::LogCapture log;
+  Kelo::Support::LogCapture log;
 };
 
 TEST_F(StartupTest, ChoosesTheExpectedColourPathAndSaysSo) {

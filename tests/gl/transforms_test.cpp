@@ -8,8 +8,8 @@
 namespace Kelo {
 namespace {
 
-using Test::GLTest;
-using Test::Rgba;
+using Support::GLTest;
+using Support::Rgba;
 
 const Rgba kRed{255, 0, 0, 255};
 const Rgba kGreen{0, 255, 0, 255};

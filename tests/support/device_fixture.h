@@ -5,7 +5,7 @@
 #include "tests/support/log_capture.h"
 #include "video/opengl_device.h"
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 // A device started on the suite's context as SetDisplayMode starts it: OpenGL
 // start-up for the window's size, then the process's vertex storage.
@@ -33,4 +33,4 @@ protected:
   LogCapture log;
 };
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support

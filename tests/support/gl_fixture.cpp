@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 SDL_Window* GLTest::window = nullptr;
 SDL_GLContext GLTest::context = nullptr;
@@ -88,4 +88,4 @@ void GLTest::TearDown() {
   }
 }
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support

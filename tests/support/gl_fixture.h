@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 // The colour path and storage back-end a CTest entry expects, from the
 // environment that entry sets beside its Mesa overrides.
@@ -45,4 +45,4 @@ private:
 // 2x multisampling, as any host must before creating its window.
 void RequestDeviceFramebuffer();
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support

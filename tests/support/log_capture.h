@@ -5,7 +5,7 @@
 
 #include "kelo/log.h"
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 // Collects every logged line while it lives; stderr gets them again after.
 class LogCapture {
@@ -25,4 +25,4 @@ private:
   std::vector<std::string> lines;
 };
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <ostream>
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 struct Rgba {
   int r, g, b, a;
@@ -33,12 +33,12 @@ inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
          std::abs(actual.b - expected.b) <= tolerance;
 }
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support
 
 // Checks the pixel at (x, y) against `expected` (colour channels only).
 #define EXPECT_PIXEL_NEAR(x, y, expected, tolerance)                                             \
   do {                                                                                           \
-    const ::Kelo::Test::Rgba kActual = ::Kelo::Test::ReadPixel((x), (y));                        \
-    EXPECT_TRUE(::Kelo::Test::NearRgb(kActual, (expected), (tolerance)))                         \
+    const ::Kelo::Support::Rgba kActual = ::Kelo::Support::ReadPixel((x), (y));                  \
+    EXPECT_TRUE(::Kelo::Support::NearRgb(kActual, (expected), (tolerance)))                      \
         << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << (expected); \
   } while (0)

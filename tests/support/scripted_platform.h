@@ -12,7 +12,7 @@
 
 #include "platform/platform.h"
 
-namespace Kelo::Test {
+namespace Kelo::Support {
 
 // A platform whose answers the test scripts. GL entry points still come from
 // SDL, so GL stays real; contexts here are records, and the GL context the
@@ -240,4 +240,4 @@ private:
   }
 };
 
-}  // namespace Kelo::Test
+}  // namespace Kelo::Support

@@ -11,8 +11,8 @@
 namespace Kelo {
 namespace {
 
-using Test::LogCapture;
-using Test::ScriptedPlatform;
+using Support::LogCapture;
+using Support::ScriptedPlatform;
 
 // Model data of `length` letters, with a terminating NUL when asked.
 std::vector<char> Model(std::size_t length, bool terminated = true) {

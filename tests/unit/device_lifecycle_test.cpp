@@ -6,7 +6,7 @@
 namespace Kelo {
 namespace {
 
-using Test::ScriptedPlatform;
+using Support::ScriptedPlatform;
 
 ModeRecord Desktop(ModeValue refreshRate) {
   return {ModeValue::Of(1280), ModeValue::Of(800), ModeValue::Of(32), refreshRate};

@@ -11,8 +11,8 @@
 namespace Kelo {
 namespace {
 
-using Test::LogCapture;
-using Test::ScriptedPlatform;
+using Support::LogCapture;
+using Support::ScriptedPlatform;
 
 const ModeValue kNotANumber{ModeValue::State::NotANumber, 0.0};
 const ModeValue kAbsent{};

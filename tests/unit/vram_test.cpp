@@ -42,7 +42,7 @@ protected:
   }
 
   OGLVRAM vram;
-  Kelo::Test::LogCapture log;
+  Kelo::Support::LogCapture log;
 };
 
 void ExpectBlock(const Block& block, unsigned long offset, unsigned long size, bool free) {
