@@ -20,3 +20,6 @@ cmake -S "$root" -B "$build/sanitize" -DCMAKE_BUILD_TYPE=Debug -DKELO_WERROR=ON 
   -DKELO_SANITIZE=ON -DKELO_BUILD_BENCHMARKS=OFF
 cmake --build "$build/sanitize" -j "$jobs"
 (cd "$build/sanitize" && ctest --output-on-failure -j "$jobs")
+
+echo "== fuzz the image decoding for a minute"
+KELO_FUZZ_DIR="$build/fuzz" bash "$root/tests/fuzz/run.sh" "${KELO_FUZZ_SECONDS:-60}"

@@ -55,12 +55,48 @@ bool AcceptableSize(int width, int height) {
   return w > 0 && h > 0 && w * h <= kMaxImagePixels;
 }
 
+// Debian's decoder builds each JPEG Huffman table without checking that it
+// holds at most 256 codes, and writes past the table when it holds more
+// (found by fuzzing). Such files are corrupt: they are refused before
+// decoding. Segments are walked as the decoder walks them, entropy-coded
+// data and all, so every table it would build is checked.
+bool JpegHuffmanTablesFit(const unsigned char* bytes, size_t size) {
+  size_t at = 2;
+  while (at + 4 <= size) {
+    const unsigned char marker = bytes[at + 1];
+    if (bytes[at] != 0xFF || marker == 0xFF || marker == 0x00 || marker == 0x01 ||
+        (marker >= 0xD0 && marker <= 0xD8)) {
+      at += bytes[at] == 0xFF && marker != 0xFF ? 2 : 1;
+      continue;
+    }
+    if (marker == 0xD9) break;
+    const size_t length = static_cast<size_t>(bytes[at + 2]) << 8 | bytes[at + 3];
+    if (marker == 0xC4) {
+      long left = static_cast<long>(length) - 2;
+      for (size_t table = at + 4; left > 0 && table + 17 <= size;) {
+        size_t codes = 0;
+        for (size_t i = 1; i <= 16; ++i) codes += bytes[table + i];
+        if (codes > 256) return false;
+        table += 17 + codes;
+        left -= static_cast<long>(17 + codes);
+      }
+    }
+    at += 2 + length;
+  }
+  return true;
+}
+
+bool IsJpeg(const unsigned char* bytes, size_t size) {
+  return size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xD8;
+}
+
 }  // namespace
 
 void DecodedImage::Free::operator()(unsigned char* pixels) const { stbi_image_free(pixels); }
 
 bool DecodeImage(const unsigned char* bytes, size_t size, int forceChannels, DecodedImage& out) {
   if (!bytes || size == 0 || size > static_cast<size_t>(kMaxFileBytes)) return false;
+  if (IsJpeg(bytes, size) && !JpegHuffmanTablesFit(bytes, size)) return false;
   const int length = static_cast<int>(size);
   int width = 0;
   int height = 0;

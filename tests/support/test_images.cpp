@@ -27,9 +27,10 @@ TempFolder::~TempFolder() {
   if (!path.empty()) std::filesystem::remove_all(path, ignored);
 }
 
-std::string WriteImage(const TempFolder& folder, const std::string& name, ImageKind kind, int width,
-                       int height, int channels, const std::vector<unsigned char>& pixels) {
-  const std::string path = folder.Path(name);
+std::string WriteImageTo(const std::string& folder, const std::string& name, ImageKind kind,
+                         int width, int height, int channels,
+                         const std::vector<unsigned char>& pixels) {
+  const std::string path = folder + "/" + name;
   const char* file = path.c_str();
   switch (kind) {
     case ImageKind::Png:

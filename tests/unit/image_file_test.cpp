@@ -37,6 +37,16 @@ std::vector<unsigned char> BmpHeader(int32_t width, int32_t height, size_t pixel
   return bmp;
 }
 
+// A JPEG start whose one Huffman table claims 320 codes, more than any table
+// may hold.
+std::vector<unsigned char> OverfullHuffmanTable() {
+  std::vector<unsigned char> jpeg = {0xFF, 0xD8, 0xFF, 0xC4, 0x01, 0x53, 0x00};
+  for (int i = 0; i < 16; ++i) jpeg.push_back(20);
+  for (int i = 0; i < 320; ++i) jpeg.push_back(static_cast<unsigned char>(i));
+  jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+  return jpeg;
+}
+
 TEST(DecodeImage, KeepsOrConvertsTheFilesChannels) {
   Support::TempFolder folder;
   const struct {
@@ -84,6 +94,7 @@ TEST(DecodeImage, RefusesWhatIsNotAWholeImageOfSensibleSize) {
       {"truncated PNG", truncated},
       {"corrupt PNG", corrupt},
       {"text", text},
+      {"a JPEG Huffman table of more than 256 codes", OverfullHuffmanTable()},
       {"empty", {}},
       {"zero width", BmpHeader(0, 16, 64)},
       {"a header claiming 100000 x 100000 pixels", BmpHeader(100000, 100000, 64)},

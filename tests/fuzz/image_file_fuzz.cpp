@@ -1,0 +1,14 @@
+// Feeds arbitrary bytes to the plug-in's image decoding, in both the file's
+// own channel count and forced RGBA, as player-supplied files reach it.
+#include <cstddef>
+#include <cstdint>
+
+#include "textures/image_file.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Kelo::DecodedImage own;
+  Kelo::DecodeImage(data, size, 0, own);
+  Kelo::DecodedImage rgba;
+  Kelo::DecodeImage(data, size, 4, rgba);
+  return 0;
+}
