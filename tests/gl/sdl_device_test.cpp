@@ -7,6 +7,7 @@
 
 #include "kelo/colors.h"
 #include "shapes/vram.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/pixels.h"
@@ -119,16 +120,10 @@ TEST_F(SdlDeviceTest, RefusesAWindowThatIsGone) {
   EXPECT_FALSE(device.IsReady());
 }
 
-void CollectDevice(const DeviceDescription& device, void* user) {
-  static_cast<std::vector<DeviceDescription>*>(user)->push_back(device);
-}
-void CollectMode(const DisplayMode& mode, void* user) {
-  static_cast<std::vector<DisplayMode>*>(user)->push_back(mode);
-}
-
 TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
   std::vector<DeviceDescription> devices;
-  ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, CollectDevice, &devices));
+  ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, Support::CollectInto<DeviceDescription>,
+                                      &devices));
   ASSERT_EQ(static_cast<int>(devices.size()), SDL_GetNumVideoDisplays());
   for (size_t i = 0; i < devices.size(); ++i) {
     EXPECT_EQ(devices[i].deviceClass, static_cast<unsigned>(DEV_CLASS_VIDEO));
@@ -137,7 +132,7 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
     EXPECT_STREQ(devices[i].name, name ? name : "Unknown video");
   }
   std::vector<DisplayMode> modes;
-  ASSERT_TRUE(device.EnumerateDisplayModes(devices[0], CollectMode, &modes));
+  ASSERT_TRUE(device.EnumerateDisplayModes(devices[0], Support::CollectInto<DisplayMode>, &modes));
   std::vector<DisplayMode> expected;
   for (int i = 0; i < SDL_GetNumDisplayModes(0); ++i) {
     SDL_DisplayMode mode;
