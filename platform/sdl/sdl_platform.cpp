@@ -165,6 +165,8 @@ bool SdlPlatform::BestModeWithRefreshRate(unsigned display, unsigned bitsPerPixe
   return true;
 }
 
+// Asked only for the desktop's size and depth: SDL already prefers the
+// desktop's pixel format, so the depth needs no format of its own.
 bool SdlPlatform::BestMode(unsigned display, unsigned, unsigned width, unsigned height,
                            DisplayMode& out) {
   SDL_DisplayMode closest;

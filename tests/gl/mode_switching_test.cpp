@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "shapes/vram.h"
-#include "tests/support/display_mode_compare.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scripted_platform.h"

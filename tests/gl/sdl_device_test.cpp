@@ -7,6 +7,7 @@
 
 #include "kelo/colors.h"
 #include "shapes/vram.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/pixels.h"
@@ -119,16 +120,10 @@ TEST_F(SdlDeviceTest, RefusesAWindowThatIsGone) {
   EXPECT_FALSE(device.IsReady());
 }
 
-void CollectDevice(const DeviceDescription& device, void* user) {
-  static_cast<std::vector<DeviceDescription>*>(user)->push_back(device);
-}
-void CollectMode(const DisplayMode& mode, void* user) {
-  static_cast<std::vector<DisplayMode>*>(user)->push_back(mode);
-}
-
 TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
   std::vector<DeviceDescription> devices;
-  ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, CollectDevice, &devices));
+  ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, Support::CollectInto<DeviceDescription>,
+                                      &devices));
   ASSERT_EQ(static_cast<int>(devices.size()), SDL_GetNumVideoDisplays());
   for (size_t i = 0; i < devices.size(); ++i) {
     EXPECT_EQ(devices[i].deviceClass, static_cast<unsigned>(DEV_CLASS_VIDEO));
@@ -137,7 +132,7 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
     EXPECT_STREQ(devices[i].name, name ? name : "Unknown video");
   }
   std::vector<DisplayMode> modes;
-  ASSERT_TRUE(device.EnumerateDisplayModes(devices[0], CollectMode, &modes));
+  ASSERT_TRUE(device.EnumerateDisplayModes(devices[0], Support::CollectInto<DisplayMode>, &modes));
   std::vector<DisplayMode> expected;
   for (int i = 0; i < SDL_GetNumDisplayModes(0); ++i) {
     SDL_DisplayMode mode;
@@ -157,6 +152,106 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
     EXPECT_FALSE(modes[i].windowed);
     EXPECT_EQ(modes[i].refreshRate, expected[i].refreshRate);
   }
+}
+
+}  // namespace
+}  // namespace Kelo
+
+namespace Kelo {
+namespace {
+
+int StartUps(const Support::LogCapture& log) {
+  int count = 0;
+  for (const std::string& line : log.Lines()) {
+    count += line.rfind("[kelo-opengl] will use", 0) == 0 ||
+             line.rfind("[kelo-opengl] no vertex shader", 0) == 0;
+  }
+  return count;
+}
+
+// Lets SDL deliver what the X server sends back for a window change.
+void PumpEventsFor(int milliseconds) {
+  for (int waited = 0; waited < milliseconds; waited += 10) {
+    SDL_PumpEvents();
+    SDL_Delay(10);
+  }
+}
+
+TEST_F(SdlDeviceTest, TexturesMadeBeforeASecondModeStillDrawAfterIt) {
+  ASSERT_TRUE(Windowed());
+  const unsigned char red[2 * 2 * 4] = {255, 0, 0, 255, 255, 0, 0, 255,
+                                        255, 0, 0, 255, 255, 0, 0, 255};
+  unsigned long texture = 0;
+  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, red, 2, 2));
+  const Point quad[] = {{-24, -24}, {24, -24}, {-24, 24}, {24, 24}};
+  const Point corners[] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
+  unsigned long shape = 0;
+  ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1.0f, quad, corners));
+  ASSERT_TRUE(Windowed());
+  EXPECT_EQ(device.GetWidthTexture(texture), 2) << "the new context sees the texture";
+  EXPECT_EQ(device.GetHeightTexture(texture), 2);
+  // Texture combining spends the texture environment on the colour, so a
+  // stored textured draw shows the texture only on the program paths.
+  if (Support::ExpectedColorPath() != Support::ColorPath::TextureCombine) {
+    device.SetColor(WHITE, 1.0f);
+    device.Clear(BLACK);
+    device.BeginTextureBatch(texture);
+    device.SelectShape(shape);
+    device.DrawShape();
+    device.EndTextureBatch();
+    EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Rgba{255, 0, 0, 255}), 0);
+  }
+  device.ReleaseShape(shape);
+  device.ReleaseTexture(texture);
+}
+
+TEST_F(SdlDeviceTest, AMoveThatKeepsTheSizeDoesNotRestartOpenGL) {
+  ASSERT_TRUE(Windowed());
+  log.Clear();
+  SDL_SetWindowPosition(window, 17, 23);
+  PumpEventsFor(100);
+  EXPECT_EQ(StartUps(log), 0);
+  SDL_SetWindowSize(window, 36, 20);
+  PumpEventsFor(100);
+  EXPECT_EQ(StartUps(log), 1);
+}
+
+TEST_F(SdlDeviceTest, ADestroyedDeviceHearsNoMoreWindowEvents) {
+  auto* gone = new IOpenGL;
+  ASSERT_TRUE(gone->Init());
+  gone->displayId = device.displayId;
+  ASSERT_TRUE(gone->SetDisplayMode(window, DisplayMode{kSize, kSize, 32, true, 60}, false));
+  // Destroyed without ReleaseDevice: its context stays current for the
+  // fixture's device to release.
+  delete gone;
+  log.Clear();
+  SDL_SetWindowSize(window, 30, 30);
+  PumpEventsFor(100);
+  EXPECT_EQ(StartUps(log), 0);
+}
+
+TEST_F(SdlDeviceTest, GoesFullScreenOnlyInAModeTheDisplayHasAndBack) {
+  SDL_DisplayMode desktop;
+  ASSERT_EQ(SDL_GetDesktopDisplayMode(0, &desktop), 0);
+  const unsigned bits = SDL_BITSPERPIXEL(desktop.format) ? SDL_BITSPERPIXEL(desktop.format) : 24;
+  const DisplayMode fullScreen{static_cast<unsigned>(desktop.w), static_cast<unsigned>(desktop.h),
+                               bits, false, 60};
+  ASSERT_TRUE(Windowed());
+  SDL_GLContext windowed = SDL_GL_GetCurrentContext();
+  log.Clear();
+  DisplayMode unsupported = fullScreen;
+  unsupported.bitsPerPixel = 16;
+  EXPECT_FALSE(device.SetDisplayMode(window, unsupported, false));
+  EXPECT_EQ(log.Lines(),
+            std::vector<std::string>{"[kelo-agl] mode " + std::to_string(desktop.w) + "x" +
+                                     std::to_string(desktop.h) + "x16@60Hz not supported\n"});
+  EXPECT_EQ(SDL_GL_GetCurrentContext(), windowed);
+
+  ASSERT_TRUE(device.SetDisplayMode(window, fullScreen, false)) << SDL_GetError();
+  EXPECT_TRUE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
+  EXPECT_TRUE(device.IsReady());
+  ASSERT_TRUE(Windowed());
+  EXPECT_FALSE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
 }
 
 }  // namespace

@@ -4,14 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/log_capture.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/scripted_platform.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
 namespace {
 
-using Support::LogCapture;
 using Support::ScriptedPlatform;
 
 // Model data of `length` letters, with a terminating NUL when asked.
@@ -29,12 +28,7 @@ std::string Letters(std::size_t length) {
 
 std::vector<DeviceDescription> Enumerate(IOpenGL& device, DEV_SUBCLASS subClass, bool& result) {
   std::vector<DeviceDescription> found;
-  result = device.EnumerateDevices(
-      subClass,
-      [](const DeviceDescription& d, void* user) {
-        static_cast<std::vector<DeviceDescription>*>(user)->push_back(d);
-      },
-      &found);
+  result = device.EnumerateDevices(subClass, Support::CollectInto<DeviceDescription>, &found);
   return found;
 }
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <vector>
 
-#include "tests/support/display_mode_compare.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scripted_platform.h"
 #include "video/opengl_device.h"
@@ -30,12 +30,7 @@ std::vector<DisplayMode> Offered(IOpenGL& device, unsigned display, bool& result
   std::vector<DisplayMode> offered;
   DeviceDescription description{};
   description.displayId = display;
-  result = device.EnumerateDisplayModes(
-      description,
-      [](const DisplayMode& m, void* user) {
-        static_cast<std::vector<DisplayMode>*>(user)->push_back(m);
-      },
-      &offered);
+  result = device.EnumerateDisplayModes(description, Support::CollectInto<DisplayMode>, &offered);
   return offered;
 }
 

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <ostream>
+#include <vector>
 
 #include "kelo/types.h"
 
-// Lets tests compare and print display modes; declared in Kelo so that
-// GoogleTest and the standard algorithms find them.
 namespace Kelo {
 
+// Lets tests compare and print display modes; declared in Kelo so that
+// GoogleTest and the standard algorithms find them.
 inline bool operator==(const DisplayMode& a, const DisplayMode& b) {
   return a.width == b.width && a.height == b.height && a.bitsPerPixel == b.bitsPerPixel &&
          a.windowed == b.windowed && a.refreshRate == b.refreshRate;
@@ -18,4 +19,14 @@ inline std::ostream& operator<<(std::ostream& out, const DisplayMode& m) {
              << (m.windowed ? " windowed" : " full screen");
 }
 
+namespace Support {
+
+// An enumeration callback that keeps a copy of each item in the
+// std::vector<T> passed as user data.
+template <typename T>
+void CollectInto(const T& item, void* user) {
+  static_cast<std::vector<T>*>(user)->push_back(item);
+}
+
+}  // namespace Support
 }  // namespace Kelo
