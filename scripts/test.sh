@@ -23,3 +23,6 @@ cmake --build "$build/sanitize" -j "$jobs"
 
 echo "== fuzz the image decoding for a minute"
 KELO_FUZZ_DIR="$build/fuzz" bash "$root/tests/fuzz/run.sh" "${KELO_FUZZ_SECONDS:-60}"
+
+echo "== build a host against the installed package"
+bash "$root/examples/host/check.sh" "$build/release"

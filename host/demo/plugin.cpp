@@ -30,7 +30,7 @@ std::string DefaultPluginsDir() {
   std::error_code failed;
   const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", failed);
   const std::filesystem::path root = failed ? "." : exe.parent_path().parent_path();
-  for (const char* candidate : {"plugins", "lib/kelo/plugins"}) {
+  for (const char* candidate : {"plugins", KELO_INSTALLED_PLUGINS_DIR}) {
     if (std::filesystem::exists(root / candidate / "libKeloOGL.so")) return root / candidate;
   }
   return root / "plugins";

@@ -21,7 +21,7 @@ private:
 };
 
 // The plug-ins folder beside the running executable: ../plugins in the build
-// tree, ../lib/kelo/plugins once installed.
+// tree, the library folder's kelo/plugins once installed.
 std::string DefaultPluginsDir();
 
 }  // namespace Demo
