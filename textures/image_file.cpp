@@ -60,8 +60,7 @@ bool AcceptableSize(int width, int height) {
 // (found by fuzzing). Such files are corrupt: they are refused before
 // decoding. Segments are walked as the decoder walks them, entropy-coded
 // data and all, so every table it would build is checked.
-bool JpegHuffmanTablesFit(const unsigned char* bytes, size_t size) {
-  size_t at = 2;
+bool JpegHuffmanTablesFit(const unsigned char* bytes, size_t size, size_t at) {
   while (at + 4 <= size) {
     const unsigned char marker = bytes[at + 1];
     if (bytes[at] != 0xFF || marker == 0xFF || marker == 0x00 || marker == 0x01 ||
@@ -73,9 +72,10 @@ bool JpegHuffmanTablesFit(const unsigned char* bytes, size_t size) {
     const size_t length = static_cast<size_t>(bytes[at + 2]) << 8 | bytes[at + 3];
     if (marker == 0xC4) {
       long left = static_cast<long>(length) - 2;
-      for (size_t table = at + 4; left > 0 && table + 17 <= size;) {
+      // The decoder reads past the end of the data as zeros.
+      for (size_t table = at + 4; left > 0 && table < size;) {
         size_t codes = 0;
-        for (size_t i = 1; i <= 16; ++i) codes += bytes[table + i];
+        for (size_t i = 1; i <= 16 && table + i < size; ++i) codes += bytes[table + i];
         if (codes > 256) return false;
         table += 17 + codes;
         left -= static_cast<long>(17 + codes);
@@ -86,8 +86,14 @@ bool JpegHuffmanTablesFit(const unsigned char* bytes, size_t size) {
   return true;
 }
 
-bool IsJpeg(const unsigned char* bytes, size_t size) {
-  return size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xD8;
+// Where a JPEG's segments start, after its start-of-image marker, or 0 when
+// the decoder would not take the bytes for a JPEG. Like the decoder, fill
+// bytes (0xFF) before the marker are skipped.
+size_t JpegSegmentsStart(const unsigned char* bytes, size_t size) {
+  if (size < 2 || bytes[0] != 0xFF) return 0;
+  size_t at = 1;
+  while (at < size && bytes[at] == 0xFF) ++at;
+  return at < size && bytes[at] == 0xD8 ? at + 1 : 0;
 }
 
 }  // namespace
@@ -96,7 +102,8 @@ void DecodedImage::Free::operator()(unsigned char* pixels) const { stbi_image_fr
 
 bool DecodeImage(const unsigned char* bytes, size_t size, int forceChannels, DecodedImage& out) {
   if (!bytes || size == 0 || size > static_cast<size_t>(kMaxFileBytes)) return false;
-  if (IsJpeg(bytes, size) && !JpegHuffmanTablesFit(bytes, size)) return false;
+  const size_t segments = JpegSegmentsStart(bytes, size);
+  if (segments && !JpegHuffmanTablesFit(bytes, size, segments)) return false;
   const int length = static_cast<int>(size);
   int width = 0;
   int height = 0;

@@ -47,6 +47,12 @@ std::vector<unsigned char> OverfullHuffmanTable() {
   return jpeg;
 }
 
+// JPEG markers may be preceded by any number of 0xFF fill bytes.
+std::vector<unsigned char> FillBytePrefixed(std::vector<unsigned char> jpeg) {
+  jpeg.insert(jpeg.begin(), 0xFF);
+  return jpeg;
+}
+
 TEST(DecodeImage, KeepsOrConvertsTheFilesChannels) {
   Support::TempFolder folder;
   const struct {
@@ -95,6 +101,7 @@ TEST(DecodeImage, RefusesWhatIsNotAWholeImageOfSensibleSize) {
       {"corrupt PNG", corrupt},
       {"text", text},
       {"a JPEG Huffman table of more than 256 codes", OverfullHuffmanTable()},
+      {"the same after a fill byte", FillBytePrefixed(OverfullHuffmanTable())},
       {"empty", {}},
       {"zero width", BmpHeader(0, 16, 64)},
       {"a header claiming 100000 x 100000 pixels", BmpHeader(100000, 100000, 64)},
