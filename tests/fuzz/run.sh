@@ -2,6 +2,8 @@
 # Builds the image-decoding fuzzer with clang's libFuzzer, AddressSanitizer and
 # UBSan, seeds it with generated images and runs it for SECONDS (default 60).
 # Exits non-zero when it finds a crash, a leak, undefined behaviour or a hang.
+# KELO_FUZZ_SEED fixes the random seed (CI uses 1, so its run repeats; 0 picks
+# a new one) and KELO_FUZZ_RUNS bounds the number of inputs tried.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/../.." && pwd)"
 seconds="${1:-60}"
@@ -21,5 +23,6 @@ clang++ -std=c++17 -O1 -I"$root" -I"$root/include" \
 "$out/make_seeds" "$out/seeds"
 
 cd "$out"
-./image_file_fuzz -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
+./image_file_fuzz -max_total_time="$seconds" -runs="${KELO_FUZZ_RUNS:--1}" \
+  -seed="${KELO_FUZZ_SEED:-0}" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
   -print_final_stats=1 corpus seeds
