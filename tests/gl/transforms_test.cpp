@@ -54,17 +54,6 @@ TEST_F(TransformsTest, CameraPutsTheOriginAtTheCentreWithYUp) {
   EXPECT_EQ(mode, GL_PROJECTION) << "SetCamera leaves the projection matrix selected";
 }
 
-TEST_F(TransformsTest, CameraDrawsOnlyTheZRangeBetweenMinusOneAndOne) {
-  glColor3ub(255, 0, 0);
-  glBegin(GL_QUADS);
-  glVertex3f(-4, -4, 1.5f);
-  glVertex3f(4, -4, 1.5f);
-  glVertex3f(4, 4, 1.5f);
-  glVertex3f(-4, 4, 1.5f);
-  glEnd();
-  EXPECT_PIXEL_NEAR(32, 32, (Rgba{0, 0, 0, 255}), 0);
-}
-
 TEST_F(TransformsTest, WorldTransformReplacesInsteadOfAccumulating) {
   const Matrix move{{1, 0, 5, 0, 1, 7}};
   device.SetWorldTransform(move);
@@ -122,13 +111,6 @@ TEST_F(TransformsTest, ViewportFlipsTheTopLeftRectangleAgainstTheModeHeight) {
       EXPECT_EQ(scissor[i], c.expected[i]) << "scissor word " << i;
     }
   }
-}
-
-TEST_F(TransformsTest, ASmallerViewportSqueezesTheSameCamera) {
-  device.SetViewport({0, 32, 32, 32});  // the bottom-left quarter of the window
-  FillBox(-32, -32, 32, 32, kRed);
-  EXPECT_PIXEL_NEAR(16, 16, kRed, 0);
-  EXPECT_PIXEL_NEAR(48, 48, (Rgba{0, 0, 0, 255}), 0);
 }
 
 TEST_F(TransformsTest, ClearFillsColourAndStencilButSparesDepth) {

@@ -100,16 +100,5 @@ TEST(DeviceLifecycle, EndRenderPresentsWhateverContextIsCurrent) {
   EXPECT_EQ(platform.swaps[1], &context);
 }
 
-TEST(DeviceLifecycle, StartsWithClearedStateAndAnIdentityViewMatrix) {
-  IOpenGL device;
-  EXPECT_EQ(device.currentShape, 0u);
-  EXPECT_EQ(device.program, 0u);
-  EXPECT_EQ(device.shaderFlags.useShader | device.shaderFlags.useARBShader |
-                device.shaderFlags.useARBProgram,
-            0u);
-  EXPECT_EQ(device.desktopMode.width, 0u);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(device.viewMatrix[i], i % 5 == 0 ? 1.0f : 0.0f) << i;
-}
-
 }  // namespace
 }  // namespace Kelo
