@@ -12,16 +12,9 @@
 #include <vector>
 
 #include "bench/gl_session.h"
+#include "host/demo/png_file.h"
 #include "kelo/colors.h"
 #include "shapes/vram.h"
-
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
-#pragma GCC diagnostic ignored "-Wunused-function"
-#include <stb/stb_image_write.h>
-#pragma GCC diagnostic pop
 
 namespace Kelo {
 namespace {
@@ -291,7 +284,7 @@ const std::vector<std::string>& PngFiles() {
     for (int f = 0; f < kFiles; ++f) {
       for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<unsigned char>(i * f);
       paths.push_back((folder / ("image" + std::to_string(f) + ".png")).string());
-      stbi_write_png(paths.back().c_str(), 64, 64, 4, pixels.data(), 64 * 4);
+      Demo::WritePng(paths.back(), 64, 64, 4, pixels.data());
     }
     return paths;
   }();
