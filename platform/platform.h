@@ -159,6 +159,8 @@ public:
   virtual bool MakeCurrent(void* context) = 0;
   // Destroys a context that is not current any more; null does nothing.
   virtual void DestroyContext(void* context) = 0;
+  // Whether `context` is one made here and not destroyed since; false for null.
+  virtual bool OwnsContext(void* context) = 0;
   // The reason of the last refusal, never null.
   virtual const char* LastError() = 0;
 

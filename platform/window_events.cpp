@@ -8,10 +8,13 @@ namespace {
 
 // Moves that keep the size are ignored. The window's size now is used, not
 // the event's, so an event sent while the size is changing sees the old one.
-// SDL keeps the drawable in step with the window by itself.
+// SDL keeps the drawable in step with the window by itself. Start-up needs
+// a context of the device's: after ReleaseDevice there is none, and a
+// context the host made is not the device's to set up.
 void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> attributes) {
   if (!attributes || !(*attributes & kWindowBoundsChangeSizeChanged)) return;
   Platform& platform = CurrentPlatform();
+  if (!platform.OwnsContext(platform.CurrentContext())) return;
   if (!window || !platform.IsValidWindow(window)) return;
   int width = 0;
   int height = 0;

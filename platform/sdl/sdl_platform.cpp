@@ -296,6 +296,8 @@ void SdlPlatform::DestroyContext(void* context) {
   contexts.erase(context);
 }
 
+bool SdlPlatform::OwnsContext(void* context) { return contexts.count(context) != 0; }
+
 const char* SdlPlatform::LastError() { return SDL_GetError(); }
 
 bool SdlPlatform::IsValidWindow(void* window) { return LiveWindow(window) != nullptr; }

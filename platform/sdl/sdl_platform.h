@@ -47,6 +47,7 @@ public:
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
   void DestroyContext(void* context) override;
+  bool OwnsContext(void* context) override;
   const char* LastError() override;
 
   bool IsValidWindow(void* window) override;

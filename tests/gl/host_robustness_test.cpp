@@ -1,0 +1,88 @@
+#include <GL/gl.h>
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "kelo/colors.h"
+#include "tests/support/gl_fixture.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/pixels.h"
+#include "tests/support/scripted_platform.h"
+#include "video/opengl_device.h"
+
+namespace Kelo {
+namespace {
+
+using Support::Rgba;
+
+constexpr Rgba kGreen{0, 255, 0, 255};
+
+// What a host does around the device on the SDL platform: its own window,
+// the device bound to the main display.
+class HostRobustnessTest : public ::testing::Test {
+protected:
+  static constexpr int kSize = 48;
+
+  void SetUp() override {
+    ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
+    ASSERT_EQ(SDL_GL_LoadLibrary(nullptr), 0) << SDL_GetError();
+    Support::RequestDeviceFramebuffer();
+    window =
+        SDL_CreateWindow("kelo-host", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
+    ASSERT_NE(window, nullptr) << SDL_GetError();
+    ASSERT_TRUE(device.Init());
+    DeviceDescription main{};
+    unsigned long handle = 0;
+    ASSERT_TRUE(device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main));
+    ASSERT_TRUE(device.InitDevice(main, handle));
+  }
+  void TearDown() override {
+    device.ReleaseDevice(0);
+    SDL_DestroyWindow(window);
+    SDL_GL_ResetAttributes();
+  }
+  bool Windowed(SDL_Window* target = nullptr) {
+    return device.SetDisplayMode(target ? target : window, DisplayMode{kSize, kSize, 32, true, 60},
+                                 false);
+  }
+  void Resize(int size) {
+    SDL_SetWindowSize(window, size, size);
+    SDL_PumpEvents();
+  }
+  // Draws a stored quad of `colour` spanning x from `left` to `right`, full height.
+  void DrawStoredQuad(float left, float right, const Color& colour, bool clip = false) {
+    const Point quad[] = {{left, -kSize}, {right, -kSize}, {left, kSize}, {right, kSize}};
+    unsigned long shape = 0;
+    ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, colour, 1.0f, quad, nullptr));
+    device.SelectShape(shape);
+    clip ? device.ClipShape() : device.DrawShape();
+    device.ReleaseShape(shape);
+  }
+  int StartUps() const {
+    int count = 0;
+    for (const std::string& line : log.Lines()) {
+      count += line.rfind("[kelo-opengl] will use", 0) == 0 ||
+               line.rfind("[kelo-opengl] no vertex shader", 0) == 0;
+    }
+    return count;
+  }
+
+  SDL_Window* window = nullptr;
+  IOpenGL device;
+  Support::LogCapture log;
+};
+
+TEST_F(HostRobustnessTest, AResizeAfterReleaseDeviceChangesNothingUntilTheNextMode) {
+  ASSERT_TRUE(Windowed());
+  device.ReleaseDevice(0);
+  log.Clear();
+  Resize(40);
+  EXPECT_EQ(StartUps(), 0);
+  ASSERT_TRUE(Windowed());
+  EXPECT_EQ(StartUps(), 1);
+}
+
+}  // namespace
+}  // namespace Kelo
