@@ -108,5 +108,19 @@ TEST_F(HostRobustnessTest, ACoreProfileAskedForByTheHostIsNotTheDevicesAndIsPutB
   }
 }
 
+// The overlap of two clips is covered twice and stays open as well.
+TEST_F(HostRobustnessTest, OverlappingClipsStayOpen) {
+  ASSERT_TRUE(Windowed());
+  device.Clear(BLACK);
+  device.SetColor(WHITE, 1.0f);
+  device.BeginShapeBatch();
+  DrawStoredQuad(-16, 4, BLUE, true);
+  DrawStoredQuad(-4, 16, BLUE, true);
+  DrawStoredQuad(-kSize, kSize, LIME);
+  device.EndShapeBatch();
+  for (int x : {12, 20, 24, 36}) EXPECT_PIXEL_NEAR(x, kSize / 2, kGreen, 0);
+  EXPECT_PIXEL_NEAR(44, kSize / 2, (Rgba{0, 0, 0, 255}), 0);
+}
+
 }  // namespace
 }  // namespace Kelo
