@@ -122,5 +122,14 @@ TEST_F(HostRobustnessTest, OverlappingClipsStayOpen) {
   EXPECT_PIXEL_NEAR(44, kSize / 2, (Rgba{0, 0, 0, 255}), 0);
 }
 
+TEST_F(HostRobustnessTest, TheFirstUnstoredDrawOfANewContextShowsTheColour) {
+  ASSERT_TRUE(Windowed());
+  device.Clear(BLACK);
+  device.SetColor(LIME, 1.0f);
+  const Point quad[] = {{-kSize, -kSize}, {kSize, -kSize}, {-kSize, kSize}, {kSize, kSize}};
+  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, quad, nullptr);
+  EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, kGreen, 0);
+}
+
 }  // namespace
 }  // namespace Kelo
