@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "platform/platform.h"
+#include "video/gl_errors.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -19,7 +20,12 @@ void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> att
   int width = 0;
   int height = 0;
   if (!platform.WindowContentSize(window, width, height)) return;
+  // The host may have an error pending on this context. Mesa keeps only the
+  // first error, so it is read before start-up and raised again afterwards.
+  const GLenum hostError = glGetError();
   device.InitGL(static_cast<unsigned>(width), static_cast<unsigned>(height));
+  DiscardGLErrors();
+  RaiseGLError(hostError);
 }
 
 // The handler is never installed for this kind; the branch is kept for a

@@ -131,5 +131,27 @@ TEST_F(HostRobustnessTest, TheFirstUnstoredDrawOfANewContextShowsTheColour) {
   EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, kGreen, 0);
 }
 
+// A resize reruns start-up on the host's context: start-up's own errors go,
+// the host's stays for it to read.
+TEST_F(HostRobustnessTest, NoErrorOfTheDeviceIsLeftForTheHost) {
+  ASSERT_TRUE(Windowed());
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  Resize(40);
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  const struct {
+    GLenum error;
+    void (*raise)();
+    int size;
+  } hosts[] = {{GL_INVALID_ENUM, [] { glEnable(0); }, 30},
+               {GL_INVALID_VALUE, [] { glLineWidth(-1.0f); }, 20},
+               {GL_INVALID_OPERATION, [] { glEnd(); }, 10}};
+  for (const auto& host : hosts) {
+    host.raise();
+    Resize(host.size);
+    EXPECT_EQ(glGetError(), host.error);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  }
+}
+
 }  // namespace
 }  // namespace Kelo
