@@ -7,11 +7,6 @@
 namespace Kelo {
 namespace {
 
-// SDL looks windows up only by id; ids count up from 1 and are never reused.
-// A handle is live when a window with one of these ids has it, which keeps
-// stale and foreign pointers from ever being dereferenced.
-constexpr Uint32 kMaxWindowId = 1u << 16;
-
 bool EnsureVideo() {
   return SDL_WasInit(SDL_INIT_VIDEO) != 0 || SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
 }
@@ -21,15 +16,6 @@ int DisplayIndex(unsigned display) {
   if (!EnsureVideo() || display == 0) return -1;
   const int count = SDL_GetNumVideoDisplays();
   return static_cast<int>(display) <= count ? static_cast<int>(display) - 1 : -1;
-}
-
-SDL_Window* LiveWindow(void* handle) {
-  if (!handle || !EnsureVideo()) return nullptr;
-  for (Uint32 id = 1; id <= kMaxWindowId; ++id) {
-    if (SDL_GetWindowFromID(id) == handle) return static_cast<SDL_Window*>(handle);
-  }
-  SDL_SetError("not a window of this process");
-  return nullptr;
 }
 
 ModeRecord RecordOf(const SDL_DisplayMode& mode) {
@@ -130,6 +116,13 @@ SDL_GLContext CreateContextWith(SDL_Window* window, const ContextSettings& setti
 }
 
 }  // namespace
+
+SDL_Window* SdlPlatform::LiveWindow(void* handle) {
+  if (!handle || !EnsureVideo()) return nullptr;
+  SDL_Window* window = liveWindows.Find(handle);
+  if (!window) SDL_SetError("not a window of this process");
+  return window;
+}
 
 void* SdlPlatform::CurrentContext() { return SDL_GL_GetCurrentContext(); }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/sdl/live_windows.h"
 
 namespace Kelo {
 
@@ -72,10 +73,12 @@ private:
   };
   static int DeliverWindowEvent(void* watch, SDL_Event* event);
   ContextState* Known(void* context);
+  SDL_Window* LiveWindow(void* handle);
 
   std::map<void*, ContextState> contexts;
   std::set<unsigned> captured;
   std::list<Watch> watches;
+  LiveWindows liveWindows;
 };
 
 }  // namespace Kelo

@@ -2,14 +2,12 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 
 #include "kelo/colors.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/pixels.h"
-#include "tests/support/scripted_platform.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -151,6 +149,22 @@ TEST_F(HostRobustnessTest, NoErrorOfTheDeviceIsLeftForTheHost) {
     EXPECT_EQ(glGetError(), host.error);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
   }
+}
+
+TEST_F(HostRobustnessTest, AcceptsAWindowWhoseIdIsPast65536) {
+  ASSERT_TRUE(Windowed()) << "the device has seen the ids below";
+  while (true) {
+    SDL_Window* hidden = SDL_CreateWindow("id", 0, 0, 1, 1, SDL_WINDOW_HIDDEN);
+    ASSERT_NE(hidden, nullptr) << SDL_GetError();
+    const Uint32 id = SDL_GetWindowID(hidden);
+    SDL_DestroyWindow(hidden);
+    if (id > 65536) break;
+  }
+  SDL_Window* late = SDL_CreateWindow("late", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL);
+  ASSERT_NE(late, nullptr) << SDL_GetError();
+  EXPECT_TRUE(Windowed(late));
+  device.ReleaseDevice(0);
+  SDL_DestroyWindow(late);
 }
 
 }  // namespace
