@@ -30,11 +30,11 @@ struct ModeValue {
     out = static_cast<int>(number);
     return true;
   }
-  // Reads the value as a double; false (and `out` untouched) otherwise.
-  bool ReadDouble(double& out) const {
-    if (state != State::Number) return false;
-    out = number;
-    return true;
+  // Reads the value as a refresh rate in whole hertz: a rate above 0
+  // truncated; absent, not a number, 0, negative or NaN is a rate the system
+  // does not know, which reads as 60.
+  unsigned WholeHertz() const {
+    return state == State::Number && number > 0.0 ? static_cast<unsigned>(number) : 60u;
   }
 };
 

@@ -2,12 +2,14 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 #include "kelo/colors.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/pixels.h"
+#include "tests/support/scripted_platform.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -165,6 +167,17 @@ TEST_F(HostRobustnessTest, AcceptsAWindowWhoseIdIsPast65536) {
   EXPECT_TRUE(Windowed(late));
   device.ReleaseDevice(0);
   SDL_DestroyWindow(late);
+}
+
+TEST(DeviceInitRefreshRate, ANaNOrNegativeDesktopRateReadsAs60) {
+  for (double rate : {std::nan(""), -75.0, -0.5}) {
+    Support::ScriptedPlatform platform;
+    platform.desktop =
+        ModeRecord{ModeValue::Of(640), ModeValue::Of(480), ModeValue::Of(32), ModeValue::Of(rate)};
+    IOpenGL device;
+    ASSERT_TRUE(device.Init());
+    EXPECT_EQ(device.currentMode.refreshRate, 60u) << rate;
+  }
 }
 
 }  // namespace
