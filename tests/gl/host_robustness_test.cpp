@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "kelo/colors.h"
 #include "tests/support/gl_fixture.h"
@@ -85,26 +86,21 @@ TEST_F(HostRobustnessTest, AResizeAfterReleaseDeviceChangesNothingUntilTheNextMo
 }
 
 TEST_F(HostRobustnessTest, ACoreProfileAskedForByTheHostIsNotTheDevicesAndIsPutBack) {
-  SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
-  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-  SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG);
+  const std::pair<SDL_GLattr, int> hosts[] = {
+      {SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE},
+      {SDL_GL_CONTEXT_MAJOR_VERSION, 3},
+      {SDL_GL_CONTEXT_MINOR_VERSION, 3},
+      {SDL_GL_CONTEXT_FLAGS, SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG}};
+  for (const auto& [attribute, value] : hosts) SDL_GL_SetAttribute(attribute, value);
   ASSERT_TRUE(Windowed()) << SDL_GetError();
   device.Clear(BLACK);
   device.SetColor(WHITE, 1.0f);
   DrawStoredQuad(-kSize, kSize, LIME);
   EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, kGreen, 0);
-  const struct {
-    SDL_GLattr attribute;
-    int value;
-  } hosts[] = {{SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE},
-               {SDL_GL_CONTEXT_MAJOR_VERSION, 3},
-               {SDL_GL_CONTEXT_MINOR_VERSION, 3},
-               {SDL_GL_CONTEXT_FLAGS, SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG}};
-  for (const auto& host : hosts) {
-    int value = -1;
-    SDL_GL_GetAttribute(host.attribute, &value);
-    EXPECT_EQ(value, host.value) << "attribute " << host.attribute;
+  for (const auto& [attribute, value] : hosts) {
+    int now = -1;
+    SDL_GL_GetAttribute(attribute, &now);
+    EXPECT_EQ(now, value) << "attribute " << attribute;
   }
 }
 
