@@ -7,8 +7,6 @@
 namespace Kelo {
 namespace {
 
-constexpr unsigned kUnknownRefreshRate = 60;
-
 // A mode is offered when it suits the desktop, is not stretched, has more
 // than 8 bits a pixel and a size; a stretched key that is not a number does
 // not count as stretched.
@@ -24,14 +22,11 @@ bool ReadOfferedMode(const ListedMode& listed, DisplayMode& mode) {
   int width = 0;
   int height = 0;
   if (!record.width.ReadInt(width) || !record.height.ReadInt(height)) return false;
-  double refreshRate = 0.0;
-  record.refreshRate.ReadDouble(refreshRate);
   mode.width = static_cast<unsigned>(width);
   mode.height = static_cast<unsigned>(height);
   mode.bitsPerPixel = static_cast<unsigned>(bitsPerPixel);
   mode.windowed = false;
-  // Also catches NaN and negative rates.
-  mode.refreshRate = refreshRate > 0.0 ? static_cast<unsigned>(refreshRate) : kUnknownRefreshRate;
+  mode.refreshRate = record.refreshRate.WholeHertz();
   return true;
 }
 

@@ -1,6 +1,7 @@
 #include "kelo/log.h"
 #include "platform/platform.h"
 #include "shapes/vram.h"
+#include "video/gl_errors.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -89,10 +90,12 @@ bool AttachContext(IOpenGL& device, void* context, void* window, bool windowed) 
 }  // namespace
 
 // Storage is started once per process and kept across mode changes, so
-// shapes outlive them.
+// shapes outlive them. The context is new, so every error pending on it is
+// the device's: start-up's, and what making the context raised.
 bool IOpenGL::SetDisplayMode(void* window, const DisplayMode& mode, bool vsync) {
   if (!SetDisplayModePlatform(window, mode, vsync)) return false;
   InitGL(mode.width, mode.height);
+  DiscardGLErrors();
   if (!VRAMManager) {
     VRAMManager = new OGLVRAM;
     VRAMManager->Init();

@@ -30,11 +30,11 @@ struct ModeValue {
     out = static_cast<int>(number);
     return true;
   }
-  // Reads the value as a double; false (and `out` untouched) otherwise.
-  bool ReadDouble(double& out) const {
-    if (state != State::Number) return false;
-    out = number;
-    return true;
+  // Reads the value as a refresh rate in whole hertz: a rate above 0
+  // truncated; absent, not a number, 0, negative or NaN is a rate the system
+  // does not know, which reads as 60.
+  unsigned WholeHertz() const {
+    return state == State::Number && number > 0.0 ? static_cast<unsigned>(number) : 60u;
   }
 };
 
@@ -159,6 +159,8 @@ public:
   virtual bool MakeCurrent(void* context) = 0;
   // Destroys a context that is not current any more; null does nothing.
   virtual void DestroyContext(void* context) = 0;
+  // Whether `context` is one made here and not destroyed since; false for null.
+  virtual bool OwnsContext(void* context) = 0;
   // The reason of the last refusal, never null.
   virtual const char* LastError() = 0;
 

@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "platform/platform.h"
+#include "video/gl_errors.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -8,15 +9,23 @@ namespace {
 
 // Moves that keep the size are ignored. The window's size now is used, not
 // the event's, so an event sent while the size is changing sees the old one.
-// SDL keeps the drawable in step with the window by itself.
+// SDL keeps the drawable in step with the window by itself. Start-up needs
+// a context of the device's: after ReleaseDevice there is none, and a
+// context the host made is not the device's to set up.
 void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> attributes) {
   if (!attributes || !(*attributes & kWindowBoundsChangeSizeChanged)) return;
   Platform& platform = CurrentPlatform();
+  if (!platform.OwnsContext(platform.CurrentContext())) return;
   if (!window || !platform.IsValidWindow(window)) return;
   int width = 0;
   int height = 0;
   if (!platform.WindowContentSize(window, width, height)) return;
+  // The host may have an error pending on this context. Mesa keeps only the
+  // first error, so it is read before start-up and raised again afterwards.
+  const GLenum hostError = glGetError();
   device.InitGL(static_cast<unsigned>(width), static_cast<unsigned>(height));
+  DiscardGLErrors();
+  RaiseGLError(hostError);
 }
 
 // The handler is never installed for this kind; the branch is kept for a

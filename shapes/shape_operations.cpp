@@ -126,12 +126,14 @@ void IOpenGL::DrawShape(SHAPE_TYPE type, unsigned long count, const Point* point
 }
 
 // The clip shape is drawn visibly too. Stencil values left by an earlier clip
-// stay until Clear, or until a failing fragment zeroes them.
+// stay until Clear, or until a failing fragment zeroes them. Covered pixels
+// are set to 1 rather than counted: with more than one stencil bit a pixel
+// covered twice would hold 2 and fail the test on the low bit.
 void IOpenGL::ClipShape() {
   if (!currentShape) return;
   glEnable(GL_STENCIL_TEST);
   glStencilFunc(GL_ALWAYS, 1, ~0u);
-  glStencilOp(GL_ZERO, GL_ZERO, GL_INCR);
+  glStencilOp(GL_ZERO, GL_ZERO, GL_REPLACE);
   DrawShape();
   glStencilFunc(GL_EQUAL, 1, 1);
   glStencilOp(GL_ZERO, GL_KEEP, GL_KEEP);

@@ -52,6 +52,10 @@ const char* const vtxBlenderShader =
 
 namespace {
 
+// A new context starts the constant colour at (0, 0, 0, 1), which would draw
+// unstored shapes black until the first stored draw hands a colour over.
+constexpr GLfloat kNoTint[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+
 void MakeShaderProgram(unsigned& program) {
   const GLuint shader = gl::CreateShader(GL_VERTEX_SHADER);
   gl::ShaderSource(shader, 1, &vtxBlenderShader, nullptr);
@@ -63,6 +67,7 @@ void MakeShaderProgram(unsigned& program) {
   gl::BindAttribLocation(program, kConstColorAttribute, "constColor");
   gl::LinkProgram(program);
   gl::UseProgram(program);
+  gl::VertexAttrib4fv(kConstColorAttribute, kNoTint);
 }
 
 void MakeARBShaderProgram(unsigned& program) {
@@ -77,6 +82,7 @@ void MakeARBShaderProgram(unsigned& program) {
   gl::BindAttribLocationARB(program, kConstColorAttribute, "constColor");
   gl::LinkProgramARB(program);
   gl::UseProgramObjectARB(program);
+  gl::VertexAttrib4fvARB(kConstColorAttribute, kNoTint);
 }
 
 // The vertex program is only enabled around each stored draw, not here.

@@ -27,10 +27,8 @@ bool IOpenGL::Init() {
   if (!mode.bitsPerPixel.ReadInt(value)) return false;
   currentMode.bitsPerPixel = static_cast<unsigned>(value);
   // Without a rate the field keeps what it held, as the constructor leaves it.
-  double rate = 0.0;
   if (mode.refreshRate.state != ModeValue::State::Absent) {
-    mode.refreshRate.ReadDouble(rate);
-    currentMode.refreshRate = rate == 0.0 ? 60u : static_cast<unsigned>(rate);
+    currentMode.refreshRate = mode.refreshRate.WholeHertz();
   }
   currentMode.windowed = true;
   desktopMode = currentMode;

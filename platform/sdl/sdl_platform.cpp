@@ -7,11 +7,6 @@
 namespace Kelo {
 namespace {
 
-// SDL looks windows up only by id; ids count up from 1 and are never reused.
-// A handle is live when a window with one of these ids has it, which keeps
-// stale and foreign pointers from ever being dereferenced.
-constexpr Uint32 kMaxWindowId = 1u << 16;
-
 bool EnsureVideo() {
   return SDL_WasInit(SDL_INIT_VIDEO) != 0 || SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
 }
@@ -21,15 +16,6 @@ int DisplayIndex(unsigned display) {
   if (!EnsureVideo() || display == 0) return -1;
   const int count = SDL_GetNumVideoDisplays();
   return static_cast<int>(display) <= count ? static_cast<int>(display) - 1 : -1;
-}
-
-SDL_Window* LiveWindow(void* handle) {
-  if (!handle || !EnsureVideo()) return nullptr;
-  for (Uint32 id = 1; id <= kMaxWindowId; ++id) {
-    if (SDL_GetWindowFromID(id) == handle) return static_cast<SDL_Window*>(handle);
-  }
-  SDL_SetError("not a window of this process");
-  return nullptr;
 }
 
 ModeRecord RecordOf(const SDL_DisplayMode& mode) {
@@ -102,7 +88,41 @@ bool Translate(const int*& token, PixelFormat& format) {
   return false;
 }
 
+using ContextSettings = std::vector<std::pair<SDL_GLattr, int>>;
+
+// The device's paths need the fixed-function pipeline: no profile, no flags
+// and SDL's default version give the driver's compatibility context at any
+// version, whatever the host last asked SDL for its own contexts.
+ContextSettings DeviceContextKind(bool sharing) {
+  return {{SDL_GL_CONTEXT_PROFILE_MASK, 0},
+          {SDL_GL_CONTEXT_MAJOR_VERSION, 2},
+          {SDL_GL_CONTEXT_MINOR_VERSION, 1},
+          {SDL_GL_CONTEXT_FLAGS, 0},
+          {SDL_GL_SHARE_WITH_CURRENT_CONTEXT, sharing ? 1 : 0}};
+}
+
+// Makes a context with `settings`, then puts the host's values of them back.
+SDL_GLContext CreateContextWith(SDL_Window* window, const ContextSettings& settings) {
+  ContextSettings hosts;
+  for (const auto& [attribute, value] : settings) {
+    int host = 0;
+    SDL_GL_GetAttribute(attribute, &host);
+    hosts.emplace_back(attribute, host);
+    SDL_GL_SetAttribute(attribute, value);
+  }
+  SDL_GLContext context = SDL_GL_CreateContext(window);
+  for (const auto& [attribute, value] : hosts) SDL_GL_SetAttribute(attribute, value);
+  return context;
+}
+
 }  // namespace
+
+SDL_Window* SdlPlatform::LiveWindow(void* handle) {
+  if (!handle || !EnsureVideo()) return nullptr;
+  SDL_Window* window = liveWindows.Find(handle);
+  if (!window) SDL_SetError("not a window of this process");
+  return window;
+}
 
 void* SdlPlatform::CurrentContext() { return SDL_GL_GetCurrentContext(); }
 
@@ -214,8 +234,9 @@ void* SdlPlatform::ChoosePixelFormat(const int* device, const int* attributes) {
 
 void SdlPlatform::DestroyPixelFormat(void* format) { delete static_cast<PixelFormat*>(format); }
 
-// The attributes stay set afterwards, so a window the host creates later gets
-// the framebuffer the device asked for; only the sharing flag is put back.
+// The framebuffer attributes stay set afterwards, so a window the host
+// creates later gets the framebuffer the device asked for; the context's kind
+// and sharing are put back.
 void* SdlPlatform::CreateContext(void* format, void* window, void* share) {
   SDL_Window* target = LiveWindow(window);
   SDL_GLContext previous = SDL_GL_GetCurrentContext();
@@ -224,11 +245,7 @@ void* SdlPlatform::CreateContext(void* format, void* window, void* share) {
     SDL_GL_SetAttribute(attribute, value);
   }
   SDL_Window* previousWindow = SDL_GL_GetCurrentWindow();
-  int sharing = 0;
-  SDL_GL_GetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, &sharing);
-  SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, share ? 1 : 0);
-  SDL_GLContext context = SDL_GL_CreateContext(target);
-  SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, sharing);
+  SDL_GLContext context = CreateContextWith(target, DeviceContextKind(share != nullptr));
   // SDL makes a new context current at once; the device decides when.
   SDL_GL_MakeCurrent(previousWindow, previous);
   if (context) contexts[context].window = target;
@@ -295,6 +312,8 @@ void SdlPlatform::DestroyContext(void* context) {
   SDL_GL_DeleteContext(context);
   contexts.erase(context);
 }
+
+bool SdlPlatform::OwnsContext(void* context) { return contexts.count(context) != 0; }
 
 const char* SdlPlatform::LastError() { return SDL_GetError(); }
 

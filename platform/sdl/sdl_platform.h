@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/sdl/live_windows.h"
 
 namespace Kelo {
 
@@ -47,6 +48,7 @@ public:
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
   void DestroyContext(void* context) override;
+  bool OwnsContext(void* context) override;
   const char* LastError() override;
 
   bool IsValidWindow(void* window) override;
@@ -71,10 +73,12 @@ private:
   };
   static int DeliverWindowEvent(void* watch, SDL_Event* event);
   ContextState* Known(void* context);
+  SDL_Window* LiveWindow(void* handle);
 
   std::map<void*, ContextState> contexts;
   std::set<unsigned> captured;
   std::list<Watch> watches;
+  LiveWindows liveWindows;
 };
 
 }  // namespace Kelo

@@ -149,6 +149,7 @@ public:
   void DestroyContext(void* handle) override {
     if (handle) Made(handle).destroyed = true;
   }
+  bool OwnsContext(void* handle) override { return handle && !Made(handle).destroyed; }
   const char* LastError() override { return lastError.c_str(); }
 
   bool IsValidWindow(void* window) override { return windows.count(window) != 0; }
