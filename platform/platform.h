@@ -23,18 +23,19 @@ struct ModeValue {
   double number = 0.0;
 
   static ModeValue Of(double value) { return {State::Number, value}; }
-  // Reads the value as a 32-bit integer (truncating); false when absent or
-  // not a number.
+  // Reads the value as a 32-bit integer (truncating); false when absent, not
+  // a number, NaN or beyond an int's range, which no cast may be given.
   bool ReadInt(int& out) const {
-    if (state != State::Number) return false;
+    if (state != State::Number || !(number > -2147483649.0 && number < 2147483648.0)) return false;
     out = static_cast<int>(number);
     return true;
   }
   // Reads the value as a refresh rate in whole hertz: a rate above 0
-  // truncated; absent, not a number, 0, negative or NaN is a rate the system
-  // does not know, which reads as 60.
+  // truncated; absent, not a number, 0, negative, NaN or past what an
+  // unsigned holds is a rate the system does not know, which reads as 60.
   unsigned WholeHertz() const {
-    return state == State::Number && number > 0.0 ? static_cast<unsigned>(number) : 60u;
+    const bool known = state == State::Number && number > 0.0 && number < 4294967296.0;
+    return known ? static_cast<unsigned>(number) : 60u;
   }
 };
 

@@ -165,8 +165,8 @@ TEST_F(HostRobustnessTest, AcceptsAWindowWhoseIdIsPast65536) {
   SDL_DestroyWindow(late);
 }
 
-TEST(DeviceInitRefreshRate, ANaNOrNegativeDesktopRateReadsAs60) {
-  for (double rate : {std::nan(""), -75.0, -0.5}) {
+TEST(DeviceInitRefreshRate, AnUnknownDesktopRateReadsAs60) {
+  for (double rate : {std::nan(""), -75.0, -0.5, 5e9}) {
     Support::ScriptedPlatform platform;
     platform.desktop =
         ModeRecord{ModeValue::Of(640), ModeValue::Of(480), ModeValue::Of(32), ModeValue::Of(rate)};
