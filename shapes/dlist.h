@@ -34,7 +34,8 @@ public:
   DList& operator=(const DList&) = delete;
 
   void push_back(const T& value);
-  // Links a new node holding `value` right after `node`.
+  // Links a new node holding `value` right after `node`. The caller may have
+  // changed `node`'s data just before: both are summarised in one pass.
   void split(DListNode* node, const T& value);
   // `first` takes `value`; the nodes after it up to and including `last` go.
   void merge(DListNode* first, DListNode* last, const T& value);
@@ -57,7 +58,7 @@ private:
   void Detach(DListNode* node);
   void RotateUp(DListNode* node);
   void Resummarise(DListNode* node);
-  void ResummariseToRoot(DListNode* node);
+  void ResummariseToRoot(DListNode* node, const DListNode* changed = nullptr);
 };
 
 namespace DListDetail {
@@ -185,11 +186,13 @@ void DList<T>::Attach(DListNode* after, DListNode* node) {
     parent->right = node;
   }
   node->parent = parent;
+  const DListNode* changed = after;
   while (node->parent != head &&
          DListDetail::Priority(node) > DListDetail::Priority(node->parent)) {
+    if (node->parent == after) changed = nullptr;
     RotateUp(node);
   }
-  ResummariseToRoot(node->parent);
+  ResummariseToRoot(node->parent, changed);
 }
 
 // `node` sinks until it has at most one child, which then takes its place.
@@ -236,10 +239,18 @@ void DList<T>::Resummarise(DListNode* node) {
   node->subtree = summary;
 }
 
-// The sentinel's own summary is never asked for: searches start below it.
+// Once a summary comes out as it was, the ones above stay right, provided
+// every change lies below: so the pass may stop early only after `changed`,
+// a node whose own data changed, if it lies on the way. The sentinel's own
+// summary is never asked for: searches start below it.
 template <typename T>
-void DList<T>::ResummariseToRoot(DListNode* node) {
-  for (; node != head; node = node->parent) Resummarise(node);
+void DList<T>::ResummariseToRoot(DListNode* node, const DListNode* changed) {
+  for (; node != head; node = node->parent) {
+    const Summary before = node->subtree;
+    Resummarise(node);
+    if (node == changed) changed = nullptr;
+    if (!changed && node->subtree == before) return;
+  }
 }
 
 }  // namespace Kelo

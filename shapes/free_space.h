@@ -41,6 +41,11 @@ struct FreeSpace {
     return space;
   }
 
+  bool operator==(const FreeSpace& o) const {
+    return above[0] == o.above[0] && above[1] == o.above[1] && below[0] == o.below[0] &&
+           below[1] == o.below[1];
+  }
+
   bool Fits(unsigned long bytes) const {
     const auto low = static_cast<uint32_t>(bytes);
     const uint32_t half = low / kHalf;

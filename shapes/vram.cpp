@@ -70,7 +70,7 @@ OGLVRAM::Node* OGLVRAM::Allocate(unsigned long bytes) {
     blocks.set(node, {found.buffer, found.offset, found.size, false});
     return node;
   }
-  blocks.set(node, {found.buffer, found.offset, bytes, false});
+  node->data = {found.buffer, found.offset, bytes, false};
   blocks.split(node,
                {found.buffer, found.offset + bytes, static_cast<unsigned long>(remainder), true});
   return node;
