@@ -58,22 +58,22 @@ bool OGLVRAM::Init() {
 
 // First fit in list order; the front of the free block is handed out. The
 // remainder is taken as a signed 32-bit number, so the wrapped free block
-// left behind an oversized block never fits anything.
+// left behind an oversized block fits no request of realistic size.
 OGLVRAM::Node* OGLVRAM::Allocate(unsigned long bytes) {
   if (bufferSize < bytes)
     Log::Output("[kelo-opengl] cannot allocate [%d] bytes.\n", static_cast<int>(bytes));
-  for (Node* node = blocks.head->next; node; node = node->next) {
-    if (!node->data.free) continue;
-    const int32_t remainder = static_cast<int32_t>(static_cast<uint32_t>(node->data.size - bytes));
-    if (remainder < 0) continue;
-    node->data.free = false;
-    if (remainder == 0) return node;
-    node->data.size = bytes;
-    blocks.split(node, {node->data.buffer, node->data.offset + bytes,
-                        static_cast<unsigned long>(remainder), true});
+  Node* node = blocks.find_first([bytes](const FreeSpace& space) { return space.Fits(bytes); });
+  if (!node) return AllocateInNewBuffer(bytes);
+  const HVRAM_Desc found = node->data;
+  const int32_t remainder = static_cast<int32_t>(static_cast<uint32_t>(found.size - bytes));
+  if (remainder == 0) {
+    blocks.set(node, {found.buffer, found.offset, found.size, false});
     return node;
   }
-  return AllocateInNewBuffer(bytes);
+  node->data = {found.buffer, found.offset, bytes, false};
+  blocks.split(node,
+               {found.buffer, found.offset + bytes, static_cast<unsigned long>(remainder), true});
+  return node;
 }
 
 // A request never spans buffers: when nothing fits, a new buffer starts with
@@ -111,7 +111,7 @@ void OGLVRAM::Deallocate(Node* block) {
     blocks.merge(block, after, {b.buffer, b.offset, b.size + after->data.size, true});
     return;
   }
-  block->data.free = true;
+  blocks.set(block, {b.buffer, b.offset, b.size, true});
 }
 
 bool OGLVRAM::Copy(const IOpenGLShape* shape, const void* vertices) {

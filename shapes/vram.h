@@ -3,6 +3,7 @@
 #pragma once
 
 #include "shapes/dlist.h"
+#include "shapes/free_space.h"
 
 namespace Kelo {
 
@@ -15,6 +16,11 @@ public:
     unsigned long offset;
     unsigned long size;
     bool free;
+
+    // Lets the block list find the first free block that fits a request
+    // without walking the blocks in use.
+    using Summary = FreeSpace;
+    FreeSpace Summarise() const { return free ? FreeSpace::Of(size) : FreeSpace(); }
   };
   using Node = DList<HVRAM_Desc>::DListNode;
 

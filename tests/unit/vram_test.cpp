@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "shapes/storage_backends.h"
@@ -12,8 +14,31 @@
 namespace Kelo {
 namespace {
 
-using Block = OGLVRAM::HVRAM_Desc;
 constexpr unsigned long kSize = 1048576;
+constexpr unsigned long kOversized = 2000000;
+// Near 2 GiB: fits the wrapped block left behind kOversized, and nothing else.
+constexpr unsigned long kFitsWrapped = 0x80000000ul - 900000;
+
+// A block with its buffer given as an index in order of creation.
+struct Block {
+  unsigned long buffer, offset, size;
+  bool free;
+  const OGLVRAM::Node* node = nullptr;
+};
+
+std::tuple<unsigned long, unsigned long, unsigned long, bool> Fields(const Block& b) {
+  return {b.buffer, b.offset, b.size, b.free};
+}
+
+// "buffer:offset+size", with "*" when free, for each block in list order.
+std::string Describe(const std::vector<Block>& blocks) {
+  std::string out;
+  for (const Block& b : blocks) {
+    out += (out.empty() ? "" : " ") + std::to_string(b.buffer) + ":" + std::to_string(b.offset) +
+           "+" + std::to_string(b.size) + (b.free ? "*" : "");
+  }
+  return out;
+}
 
 // With no GL context there is no extension string, so the manager runs on
 // client memory: the allocator's logic with real buffers and no GL.
@@ -22,256 +47,164 @@ protected:
   void SetUp() override {
     ASSERT_TRUE(vram.Init());
     ASSERT_EQ(vram.init, &ram_init) << "expected client memory without a context";
+    ASSERT_EQ(log.Lines(), (std::vector<std::string>{"[kelo-opengl] Will use vertex arrays ",
+                                                     " with no storage optimization.\n"}));
+    log.Clear();
   }
   void TearDown() override { vram.Release(); }
 
   std::vector<Block> Blocks() const {
     std::vector<Block> out;
     for (const OGLVRAM::Node* node = vram.blocks.head->next; node; node = node->next) {
-      out.push_back(node->data);
+      unsigned long index = 0;
+      while (index < vram.bufferCount && vram.buffers[index] != node->data.buffer) ++index;
+      out.push_back({index, node->data.offset, node->data.size, node->data.free});
     }
     return out;
-  }
-  // Buffer names as indices into the manager's name array.
-  unsigned long IndexOf(unsigned long name) const {
-    for (unsigned long i = 0; i < vram.bufferCount; ++i) {
-      if (vram.buffers[i] == name) return i;
-    }
-    ADD_FAILURE() << "unknown buffer name " << name;
-    return ~0ul;
   }
 
   OGLVRAM vram;
   Kelo::Support::LogCapture log;
 };
 
-void ExpectBlock(const Block& block, unsigned long offset, unsigned long size, bool free) {
-  EXPECT_EQ(block.offset, offset);
-  EXPECT_EQ(block.size, size);
-  EXPECT_EQ(block.free, free);
-}
-
-TEST_F(VramTest, StartsWithOneFreeBlockCoveringTheFirstBuffer) {
-  ASSERT_EQ(log.Lines().size(), 2u);
-  EXPECT_EQ(log.Lines()[0] + log.Lines()[1],
-            "[kelo-opengl] Will use vertex arrays  with no storage optimization.\n");
-  EXPECT_EQ(vram.bufferSize, kSize);
-  EXPECT_EQ(vram.blocks.nodeCount, 2u);
-  ASSERT_EQ(Blocks().size(), 1u);
-  EXPECT_EQ(Blocks()[0].buffer, vram.buffers[0]);
-  ExpectBlock(Blocks()[0], 0, kSize, true);
-}
-
-TEST_F(VramTest, SplitsFromTheFrontAndMergesBackIntoTheFirstNode) {
-  OGLVRAM::Node* first = vram.Allocate(240);
-  OGLVRAM::Node* second = vram.Allocate(120);
-  ASSERT_TRUE(first && second);
-  auto blocks = Blocks();
-  ASSERT_EQ(blocks.size(), 3u);
-  ExpectBlock(blocks[0], 0, 240, false);
-  ExpectBlock(blocks[1], 240, 120, false);
-  ExpectBlock(blocks[2], 360, 1048216, true);
-
-  vram.Deallocate(first);
-  blocks = Blocks();
-  ASSERT_EQ(blocks.size(), 3u) << "a free block beside a used one does not merge";
-  ExpectBlock(blocks[0], 0, 240, true);
-
-  vram.Deallocate(second);
-  ASSERT_EQ(Blocks().size(), 1u);
-  EXPECT_EQ(vram.blocks.head->next, first) << "the node nearer the front survives";
-  ExpectBlock(first->data, 0, kSize, true);
-  EXPECT_EQ(vram.blocks.nodeCount, 2u);
-  EXPECT_TRUE(log.Lines().size() == 2u) << "nothing logged beyond the back-end choice";
-}
-
-TEST_F(VramTest, AnExactFitHandsOutTheFreeNodeItself) {
-  OGLVRAM::Node* a = vram.Allocate(100);
-  vram.Allocate(50);
-  vram.Deallocate(a);
-  const unsigned long nodes = vram.blocks.nodeCount;
-  EXPECT_EQ(vram.Allocate(100), a);
-  EXPECT_EQ(vram.blocks.nodeCount, nodes);
-}
-
-TEST_F(VramTest, AWholeBufferRequestFitsExactlyOrTakesANewBuffer) {
-  OGLVRAM::Node* whole = vram.Allocate(kSize);
-  ASSERT_EQ(whole, vram.blocks.head->next) << "a fresh manager fits it exactly";
-  EXPECT_EQ(vram.blocks.nodeCount, 2u);
-
-  OGLVRAM::Node* next = vram.Allocate(kSize);
-  ASSERT_NE(next, nullptr);
-  EXPECT_EQ(vram.bufferCount, 2u);
-  const auto blocks = Blocks();
-  ASSERT_EQ(blocks.size(), 3u);
-  EXPECT_EQ(IndexOf(blocks[1].buffer), 1u);
-  ExpectBlock(blocks[1], 0, kSize, false);
-  ExpectBlock(blocks[2], kSize, 0, true);
-}
-
-TEST_F(VramTest, ARequestThatFitsNowhereStartsANewBufferDespiteFreeSpaceElsewhere) {
-  OGLVRAM::Node* a = vram.Allocate(600000);
-  vram.Allocate(400000);
-  vram.Deallocate(a);
-  OGLVRAM::Node* big = vram.Allocate(700000);
-  ASSERT_NE(big, nullptr);
-  EXPECT_EQ(IndexOf(big->data.buffer), 1u);
-  EXPECT_EQ(big->data.offset, 0u);
-  EXPECT_EQ(log.Lines().size(), 2u) << "a new buffer is not worth a warning";
-}
-
-TEST_F(VramTest, AnOversizedRequestIsLoggedButStillGetsABlockAtTheStartOfANewBuffer) {
-  OGLVRAM::Node* big = vram.Allocate(2000000);
-  ASSERT_NE(big, nullptr);
-  ASSERT_EQ(log.Lines().size(), 3u);
-  EXPECT_EQ(log.Lines()[2], "[kelo-opengl] cannot allocate [2000000] bytes.\n");
-  EXPECT_EQ(IndexOf(big->data.buffer), 1u);
-  ExpectBlock(big->data, 0, 2000000, false);
-  // The free rest has the wrapped size, which no realistic request fits.
-  EXPECT_EQ(big->next->data.size, kSize - 2000000ul);
-  OGLVRAM::Node* later = vram.Allocate(64);
-  EXPECT_EQ(IndexOf(later->data.buffer), 0u);
-  vram.Deallocate(big);
-  ExpectBlock(big->data, 0, kSize, true);
-}
-
-TEST_F(VramTest, ZeroByteRequestsSplitOffTheFrontOrTakeAnEmptyBlock) {
-  OGLVRAM::Node* empty = vram.Allocate(0);
-  ASSERT_NE(empty, nullptr);
-  ExpectBlock(empty->data, 0, 0, false);
-  ExpectBlock(empty->next->data, 0, kSize, true);
-
-  vram.Allocate(kSize);  // the whole of the free block
-  vram.Allocate(kSize);  // a new buffer, leaving an empty free block behind
-  const unsigned long nodes = vram.blocks.nodeCount;
-  OGLVRAM::Node* taken = vram.Allocate(0);
-  EXPECT_EQ(taken, vram.blocks.tail) << "the empty free block itself is handed out";
-  EXPECT_EQ(vram.blocks.nodeCount, nodes);
-}
-
-TEST_F(VramTest, FreeBlocksOfDifferentBuffersNeverMerge) {
-  OGLVRAM::Node* whole = vram.Allocate(kSize);
-  OGLVRAM::Node* next = vram.Allocate(1000);  // buffer 1, offset 0
-  vram.Deallocate(whole);
-  vram.Deallocate(next);
-  const auto blocks = Blocks();
-  ASSERT_EQ(blocks.size(), 2u);
-  ExpectBlock(blocks[0], 0, kSize, true);
-  ExpectBlock(blocks[1], 0, kSize, true);
-  EXPECT_NE(blocks[0].buffer, blocks[1].buffer);
-}
-
-TEST_F(VramTest, ReleaseEmptiesEverythingButKeepsTheChoice) {
-  vram.Allocate(10);
-  vram.Allocate(kSize);
-  const unsigned long tableSize = RAM_size;
-  EXPECT_TRUE(vram.Release());
-  EXPECT_EQ(vram.buffers, nullptr);
-  EXPECT_EQ(vram.bufferCount, 0u);
-  EXPECT_EQ(vram.blocks.nodeCount, 1u);
-  EXPECT_EQ(vram.blocks.tail, vram.blocks.head);
-  EXPECT_EQ(RAM, nullptr);
-  EXPECT_EQ(RAM_size, tableSize) << "the table size is never reset";
-  EXPECT_EQ(vram.init, &ram_init);
-  EXPECT_EQ(vram.bufferSize, kSize);
-  ASSERT_TRUE(vram.Init()) << "a released manager starts again";
-  EXPECT_EQ(vram.buffers[0], 0u) << "names are indices from the first new buffer";
-  EXPECT_EQ(RAM_size, tableSize + 1) << "the table grows from its old size";
-}
-
-// A plain model of first fit over (buffer index, offset, size, free) entries.
-struct ModelBlock {
-  unsigned long buffer, offset, size;
-  bool free;
+// Steps are byte counts to allocate, or ~n to give back the n-th allocation.
+struct Case {
+  const char* name;
+  std::vector<unsigned long> steps;
+  std::string blocks;
+  std::string logged = "";
 };
 
-class Model {
-public:
-  Model() : blocks{{0, 0, kSize, true}} {}
+TEST_F(VramTest, TheDesignsOutcomes) {
+  const std::string oversized = "[kelo-opengl] cannot allocate [2000000] bytes.\n";
+  const std::string nearly2GiB = "[kelo-opengl] cannot allocate [2146583648] bytes.\n";
+  const std::string wrapped = "1:2000000+" + std::to_string(kSize - kOversized) + "*";
+  // clang-format off
+  const std::vector<Case> cases = {
+      {"one free block covers the first buffer", {}, "0:0+1048576*"},
+      {"blocks split off the front", {240, 120}, "0:0+240 0:240+120 0:360+1048216*"},
+      {"freed beside a used block", {240, 120, ~0ul}, "0:0+240* 0:240+120 0:360+1048216*"},
+      {"freeing merges three blocks", {240, 120, ~0ul, ~1ul}, "0:0+1048576*"},
+      {"what fits nowhere starts a buffer", {600000, 400000, ~0ul, 700000},
+       "0:0+600000* 0:600000+400000 0:1000000+48576* 1:0+700000 1:700000+348576*"},
+      {"a whole buffer fits exactly", {kSize}, "0:0+1048576"},
+      {"a second whole buffer", {kSize, kSize}, "0:0+1048576 1:0+1048576 1:1048576+0*"},
+      {"zero bytes split off the front", {0}, "0:0+0 0:0+1048576*"},
+      {"zero bytes take an empty block", {kSize, kSize, 0}, "0:0+1048576 1:0+1048576 1:1048576+0"},
+      {"buffers never merge", {kSize, 1000, ~0ul, ~1ul}, "0:0+1048576* 1:0+1048576*"},
+      {"an oversized block is logged and still given", {kOversized, 64},
+       "0:0+64 0:64+1048512* 1:0+2000000 " + wrapped, oversized},
+      {"the wrapped block fits a request near 2 GiB", {kOversized, kFitsWrapped, ~0ul},
+       "0:0+1048576* 1:0+2000000* 1:2000000+2146583648 1:2148583648+2147432224*",
+       oversized + nearly2GiB},
+      // Its remainder in any block under 1 GiB is a positive 32-bit number.
+      {"a request of 3 GiB takes the first block", {0xC0000000ul},
+       "0:0+3221225472 0:3221225472+1074790400*",
+       "[kelo-opengl] cannot allocate [-1073741824] bytes.\n"},
+  };
+  // clang-format on
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::vector<OGLVRAM::Node*> allocations;
+    for (unsigned long step : c.steps) {
+      if (step > ~16ul) {
+        vram.Deallocate(allocations[~step]);
+      } else {
+        allocations.push_back(vram.Allocate(step));
+      }
+    }
+    EXPECT_EQ(Describe(Blocks()), c.blocks);
+    EXPECT_EQ(vram.blocks.nodeCount, Blocks().size() + 1);
+    std::string logged;
+    for (const std::string& line : log.Lines()) logged += line;
+    EXPECT_EQ(logged, c.logged);
+    const unsigned long tableSize = RAM_size;
+    TearDown();
+    EXPECT_TRUE(!vram.buffers && !vram.bufferCount && vram.blocks.tail == vram.blocks.head &&
+                vram.blocks.nodeCount == 1 && !RAM && RAM_size == tableSize)
+        << "Release empties all but the table size of client memory";
+    log.Clear();
+    SetUp();
+  }
+}
+
+// First fit over plain blocks, as the design states it. Each block notes the
+// manager's node that holds it, once seen.
+struct Model {
+  std::vector<Block> blocks{{0, 0, kSize, true}};
+  unsigned long buffers = 1;
 
   size_t Allocate(unsigned long bytes) {
     for (size_t i = 0; i < blocks.size(); ++i) {
-      ModelBlock& b = blocks[i];
-      if (!b.free || b.size < bytes) continue;
-      b.free = false;
-      if (b.size == bytes) return i;
-      const ModelBlock rest{b.buffer, b.offset + bytes, b.size - bytes, true};
-      b.size = bytes;
-      blocks.insert(blocks.begin() + static_cast<long>(i) + 1, rest);
+      const Block b = blocks[i];
+      const int32_t rest = static_cast<int32_t>(static_cast<uint32_t>(b.size - bytes));
+      if (!b.free || rest < 0) continue;
+      blocks[i].free = false;
+      if (rest == 0) return i;
+      blocks[i].size = bytes;
+      blocks.insert(blocks.begin() + static_cast<long>(i) + 1,
+                    {b.buffer, b.offset + bytes, static_cast<unsigned long>(rest), true});
       return i;
     }
     blocks.push_back({buffers, 0, bytes, false});
-    blocks.push_back({buffers, bytes, kSize - bytes, true});
-    ++buffers;
+    blocks.push_back({buffers++, bytes, kSize - bytes, true});
     return blocks.size() - 2;
   }
 
   void Free(size_t i) {
     blocks[i].free = true;
-    if (i + 1 < blocks.size() && blocks[i + 1].free && blocks[i + 1].buffer == blocks[i].buffer) {
-      blocks[i].size += blocks[i + 1].size;
-      blocks.erase(blocks.begin() + static_cast<long>(i) + 1);
-    }
-    if (i > 0 && blocks[i - 1].free && blocks[i - 1].buffer == blocks[i].buffer) {
-      blocks[i - 1].size += blocks[i].size;
-      blocks.erase(blocks.begin() + static_cast<long>(i));
+    for (size_t keep : {i, i - 1}) {
+      if (keep + 1 >= blocks.size() || keep + 1 == 0) continue;
+      Block &a = blocks[keep], &b = blocks[keep + 1];
+      if (!a.free || !b.free || a.buffer != b.buffer) continue;
+      a.size += b.size;
+      blocks.erase(blocks.begin() + static_cast<long>(keep) + 1);
     }
   }
-
-  std::vector<ModelBlock> blocks;
-  unsigned long buffers = 1;
 };
 
 TEST_F(VramTest, RandomAllocationsAndFreesFollowFirstFitAndKeepTheInvariants) {
   std::mt19937 random(20261122);
   Model model;
   std::vector<OGLVRAM::Node*> live;
+  auto position = [&](const OGLVRAM::Node* node) {
+    size_t index = 0;
+    for (const OGLVRAM::Node* n = vram.blocks.head->next; n != node; n = n->next) ++index;
+    return index;
+  };
   for (int step = 0; step < 20000; ++step) {
-    const bool allocate = live.empty() || random() % 100 < 55;
-    if (allocate) {
-      const unsigned long vertices = random() % 8 == 0 ? 0 : 1 + random() % 3000;
-      const unsigned long bytes = vertices * (random() % 2 ? 24 : 12);
-      OGLVRAM::Node* node = vram.Allocate(bytes);
-      ASSERT_NE(node, nullptr);
-      const size_t index = model.Allocate(bytes);
-      ASSERT_EQ(IndexOf(node->data.buffer), model.blocks[index].buffer) << "step " << step;
-      ASSERT_EQ(node->data.offset, model.blocks[index].offset) << "step " << step;
-      live.push_back(node);
+    SCOPED_TRACE("step " + std::to_string(step));
+    if (live.empty() || random() % 100 < 55) {
+      const unsigned long small =
+          random() % 8 ? (1 + random() % 3000) * (random() % 2 ? 24 : 12) : 0;
+      const unsigned long rare[] = {kOversized, kFitsWrapped};
+      const unsigned long bytes = random() % 200 ? small : rare[random() % 2];
+      live.push_back(vram.Allocate(bytes));
+      ASSERT_EQ(position(live.back()), model.Allocate(bytes));
     } else {
-      const size_t pick = random() % live.size();
-      OGLVRAM::Node* node = live[pick];
-      live[pick] = live.back();
+      std::swap(live[random() % live.size()], live.back());
+      const size_t index = position(live.back());
+      vram.Deallocate(live.back());
       live.pop_back();
-      size_t index = 0;
-      for (const OGLVRAM::Node* n = vram.blocks.head->next; n != node; n = n->next) ++index;
-      vram.Deallocate(node);
       model.Free(index);
     }
 
     const auto blocks = Blocks();
-    ASSERT_EQ(blocks.size(), model.blocks.size()) << "step " << step;
-    ASSERT_EQ(vram.blocks.nodeCount, blocks.size() + 1) << "step " << step;
-    unsigned long expectedOffset = 0;
-    for (size_t i = 0; i < blocks.size(); ++i) {
-      const ModelBlock& m = model.blocks[i];
-      ASSERT_EQ(IndexOf(blocks[i].buffer), m.buffer) << "step " << step << " block " << i;
-      ASSERT_EQ(blocks[i].offset, m.offset) << "step " << step << " block " << i;
-      ASSERT_EQ(blocks[i].size, m.size) << "step " << step << " block " << i;
-      ASSERT_EQ(blocks[i].free, m.free) << "step " << step << " block " << i;
-      const bool startsBuffer = i == 0 || blocks[i - 1].buffer != blocks[i].buffer;
-      if (startsBuffer) expectedOffset = 0;
-      ASSERT_EQ(blocks[i].offset, expectedOffset) << "blocks of a buffer touch";
-      expectedOffset += blocks[i].size;
-      const bool endsBuffer = i + 1 == blocks.size() || blocks[i + 1].buffer != blocks[i].buffer;
-      if (endsBuffer) {
-        ASSERT_EQ(expectedOffset, kSize) << "blocks cover their buffer";
-      }
-      if (!startsBuffer) {
-        ASSERT_FALSE(blocks[i - 1].free && blocks[i].free) << "step " << step;
-      }
+    ASSERT_EQ(blocks.size(), model.blocks.size());
+    ASSERT_EQ(vram.blocks.nodeCount, blocks.size() + 1);
+    const OGLVRAM::Node* node = vram.blocks.head->next;
+    for (size_t i = 0; i < blocks.size(); ++i, node = node->next) {
+      ASSERT_EQ(Fields(blocks[i]), Fields(model.blocks[i])) << "block " << i;
+      if (!model.blocks[i].node) model.blocks[i].node = node;
+      ASSERT_EQ(node, model.blocks[i].node) << "block " << i << " moved to another node";
+      // Sizes past 2 GiB wrap, so blocks touch and cover their buffer modulo 2^32.
+      const auto end = static_cast<uint32_t>(blocks[i].offset + blocks[i].size);
+      const bool last = i + 1 == blocks.size() || blocks[i + 1].buffer != blocks[i].buffer;
+      ASSERT_TRUE(last ? end == kSize : blocks[i + 1].offset == end) << "blocks touch";
+      ASSERT_TRUE(last || !blocks[i].free || !blocks[i + 1].free) << "free neighbours merge";
     }
   }
-  EXPECT_GT(vram.bufferCount, 1u) << "the run should have needed more than one buffer";
+  EXPECT_GE(vram.bufferCount, 10u) << "the run should reach many buffers";
 }
 
 }  // namespace
