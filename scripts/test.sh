@@ -21,9 +21,9 @@ cmake -S "$root" -B "$build/sanitize" -DCMAKE_BUILD_TYPE=Debug -DKELO_WERROR=ON 
 cmake --build "$build/sanitize" -j "$jobs"
 (cd "$build/sanitize" && ctest --output-on-failure -j "$jobs")
 
-echo "== fuzz the image decoding for about a minute"
+echo "== fuzz the image decoding for two minutes"
 KELO_FUZZ_DIR="$build/fuzz" KELO_FUZZ_SEED="${KELO_FUZZ_SEED:-1}" \
-  KELO_FUZZ_RUNS="${KELO_FUZZ_RUNS:-3000}" bash "$root/tests/fuzz/run.sh" 120
+  KELO_FUZZ_RUNS="${KELO_FUZZ_RUNS:-20000}" bash "$root/tests/fuzz/run.sh" 120
 
 echo "== build a host against the installed package"
 bash "$root/examples/host/check.sh" "$build/release"
