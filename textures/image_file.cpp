@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "kelo/log.h"
 #include "textures/jpeg_huffman_scan.h"
 #include "textures/psd_matte_scan.h"
 
@@ -64,13 +65,22 @@ void DecodedImage::Free::operator()(unsigned char* pixels) const { stbi_image_fr
 
 bool DecodeImage(const unsigned char* bytes, size_t size, int forceChannels, DecodedImage& out) {
   if (!bytes || size == 0 || size > static_cast<size_t>(kMaxFileBytes)) return false;
-  if (!JpegHuffmanTablesSafe(bytes, size)) return false;
+  // The two refusals below turn away files that would make the decoder
+  // misbehave, not files it cannot read, so the host is told why.
+  if (!JpegHuffmanTablesSafe(bytes, size)) {
+    Log::Output("[kelo-opengl] refused a JPEG whose Huffman tables the decoder cannot use.\n");
+    return false;
+  }
   const int length = static_cast<int>(size);
   int width = 0;
   int height = 0;
   int channels = 0;
   if (!stbi_info_from_memory(bytes, length, &width, &height, &channels) ||
-      !AcceptableSize(width, height) || !PsdMatteSafe(bytes, size)) {
+      !AcceptableSize(width, height)) {
+    return false;
+  }
+  if (!PsdMatteSafe(bytes, size)) {
+    Log::Output("[kelo-opengl] refused a Photoshop file whose matte the decoder cannot remove.\n");
     return false;
   }
   unsigned char* pixels =

@@ -27,7 +27,8 @@ clang++ -std=c++17 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize=nonn
   -fno-sanitize-recover=all \
   -I"$root" -I"$root/include" \
   "$root/textures/image_file.cpp" "$root/textures/jpeg_huffman_scan.cpp" \
-  "$root/textures/psd_matte_scan.cpp" "$root/tests/fuzz/image_file_fuzz.cpp" \
+  "$root/textures/psd_matte_scan.cpp" "$root/host/log/log.cpp" \
+  "$root/tests/fuzz/image_file_fuzz.cpp" \
   -o "$out/image_file_fuzz"
 clang++ -std=c++17 -O1 -I"$root" -I"$root/include" \
   "$root/tests/fuzz/make_seeds.cpp" "$root/tests/support/test_images.cpp" \

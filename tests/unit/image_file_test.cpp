@@ -7,6 +7,7 @@
 #include <numeric>
 #include <vector>
 
+#include "tests/support/log_capture.h"
 #include "tests/support/test_images.h"
 #include "textures/jpeg_huffman_scan.h"
 
@@ -147,6 +148,23 @@ TEST(DecodeImage, LoadsWholeImagesOfSensibleSizeOnly) {
   DecodedImage image;
   EXPECT_FALSE(DecodeImageFile(nullptr, 0, image));
   EXPECT_FALSE(DecodeImageFile(folder.Path("").c_str(), 0, image)) << "a folder is no image";
+}
+
+// Files turned away for the decoder's sake, unlike files it cannot read, say
+// why.
+TEST(DecodeImage, SaysWhyItRefusesFilesThatWouldMisleadTheDecoder) {
+  const std::pair<Bytes, const char*> cases[] = {
+      {kShort256th, "[kelo-opengl] refused a JPEG whose Huffman tables the decoder cannot use.\n"},
+      {Psd({253, 255, 255, 1}),
+       "[kelo-opengl] refused a Photoshop file whose matte the decoder cannot remove.\n"},
+      {Bmp(0, 16), nullptr},
+  };
+  for (const auto& [bytes, line] : cases) {
+    Support::LogCapture log;
+    DecodedImage image;
+    EXPECT_FALSE(DecodeImage(bytes.data(), bytes.size(), 0, image));
+    EXPECT_EQ(log.Lines(), line ? std::vector<std::string>{line} : std::vector<std::string>{});
+  }
 }
 
 // Real files from other projects: none crashes, hangs or takes unbounded
