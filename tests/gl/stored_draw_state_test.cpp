@@ -40,13 +40,14 @@ protected:
 TEST_F(StoredDrawStateTest, TheNextDrawSeesWhatChangedSinceTheLast) {
   const unsigned char white[] = {255, 255, 255, 255};
   ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, white, 1, 1));
-  // The last shape is too large to share a buffer with the others.
+  // Stored one after another, the third shape lies 132 bytes after the first,
+  // no whole number of their 24-byte vertices; the last is too large to share
+  // a buffer with the others.
   Store(-32, -32, 4, true);
   Store(0, -32, 3, false);
   Store(-32, 0, 4, true);
   Store(0, 0, 90000, false);
   const Point elsewhere[] = {{-32, -32}, {-31, -32}, {-32, -31}};
-  SDL_GLContext second = nullptr;
   const struct {
     const char* name;
     std::function<void()> between;
@@ -60,7 +61,7 @@ TEST_F(StoredDrawStateTest, TheNextDrawSeesWhatChangedSinceTheLast) {
       {"a draw in another context",
        [&] {
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 1);
-         second = SDL_GL_CreateContext(window);
+         SDL_GLContext second = SDL_GL_CreateContext(window);
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 0);
          device.InitGL(kWidth, kHeight);
          device.SetColor(BLUE, 1.0f);
@@ -76,8 +77,7 @@ TEST_F(StoredDrawStateTest, TheNextDrawSeesWhatChangedSinceTheLast) {
     Draw({0, 2, 1, 3});
     c.between();
     device.Clear(BLACK);
-    // The first draw is the one most likely to skip setting anything; the
-    // second shape lies no whole number of the first's vertices further on.
+    // The first draw is the one most likely to skip setting anything.
     Draw({3, 0, 2, 1});
     device.EndTextureBatch();
     for (const auto& [x, y] : {std::pair{8, 8}, {40, 8}, {8, 40}, {40, 40}}) {
