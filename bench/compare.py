@@ -8,7 +8,6 @@ import sys
 
 WORKLOADS = [
     ("100k textured quads, 100 shapes", "BM_Scene_"),
-    ("10k moving sprites", "BM_Sprites_"),
     ("start-up to first frame", "BM_Startup_"),
     ("load 100 PNG textures", "BM_Textures_"),
 ]

@@ -24,7 +24,6 @@ using Bench::GLSession;
 
 constexpr int kQuads = 100000;
 constexpr int kQuadsAShape = 1000;
-constexpr int kSprites = 10000;
 constexpr int kFiles = 100;
 
 // Quad i of the static scene, in camera units (origin at the centre, y up).
@@ -167,67 +166,6 @@ void BM_Scene_RawGL(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kQuads);
 }
 BENCHMARK(BM_Scene_RawGL)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void SpritePlace(int i, int frame, float& x, float& y, float& angle) {
-  x = std::fmod(static_cast<float>(i * 37 + frame * 3), 600.0f) - 300;
-  y = std::fmod(static_cast<float>(i * 53 + frame * 2), 440.0f) - 220;
-  angle = static_cast<float>((i + frame) % 360);
-}
-
-void BM_Sprites_Kelo(benchmark::State& state) {
-  GLSession& session = GLSession::Get();
-  session.MakeDeviceCurrent();
-  IOpenGL& device = session.Device();
-  unsigned long texture = 0, sprite = 0;
-  device.CreateTexture(texture, IMAGE_RGBA8888, kTexels, 2, 2);
-  const Point quad[] = {{-8, -8}, {8, -8}, {-8, 8}, {8, 8}};
-  const Point texcoords[] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
-  device.CreateShape(sprite, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1.0f, quad, texcoords);
-  device.SetColor(WHITE, 1.0f);
-  int frame = 0;
-  for (auto _ : state) {
-    device.Clear(BLACK);
-    device.BeginTextureBatch(texture);
-    device.SelectShape(sprite);
-    for (int i = 0; i < kSprites; ++i) {
-      float x, y, angle;
-      SpritePlace(i, frame, x, y, angle);
-      const float c = std::cos(angle * 0.0174533f), s = std::sin(angle * 0.0174533f);
-      device.SetWorldTransform(Matrix{{c, -s, x, s, c, y}});
-      device.DrawShape();
-    }
-    device.EndTextureBatch();
-    Finish();
-    ++frame;
-  }
-  device.ReleaseShape(sprite);
-  device.ReleaseTexture(texture);
-  state.SetItemsProcessed(state.iterations() * kSprites);
-}
-BENCHMARK(BM_Sprites_Kelo)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void BM_Sprites_SDL(benchmark::State& state) {
-  SDL_Renderer* renderer = GLSession::Get().Renderer();
-  SDL_Texture* texture = SdlTexture(renderer);
-  int frame = 0;
-  for (auto _ : state) {
-    SDL_SetRenderDrawColor(renderer, 0, 0, 0, 255);
-    SDL_RenderClear(renderer);
-    for (int i = 0; i < kSprites; ++i) {
-      float x, y, angle;
-      SpritePlace(i, frame, x, y, angle);
-      const SDL_FPoint at = ToSdl(x, y);
-      const SDL_FRect target{at.x - 8, at.y - 8, 16, 16};
-      SDL_RenderCopyExF(renderer, texture, nullptr, &target, -angle, nullptr, SDL_FLIP_NONE);
-    }
-    SDL_RenderFlush(renderer);
-    Finish();
-    ++frame;
-  }
-  SDL_DestroyTexture(texture);
-  state.SetItemsProcessed(state.iterations() * kSprites);
-}
-BENCHMARK(BM_Sprites_SDL)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // From a new window to the first frame shown, and torn down again.
 void BM_Startup_Kelo(benchmark::State& state) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "shapes/interleaved_arrays.h"
 #include "shapes/opengl_shape.h"
 #include "shapes/storage_backends.h"
 
@@ -47,11 +48,13 @@ bool ram_copy(const Kelo::IOpenGLShape* shape, const void* vertices) {
 }
 
 void ram_render(const Kelo::IOpenGLShape* shape) {
-  glInterleavedArrays(shape->format, 0, Start(shape->block->data));
-  glDrawArrays(shape->mode, 0, static_cast<GLsizei>(shape->vertexCount));
+  const GLint first = PointInterleavedArrays(
+      shape->format, 0, reinterpret_cast<std::uintptr_t>(Start(shape->block->data)));
+  glDrawArrays(shape->mode, first, static_cast<GLsizei>(shape->vertexCount));
 }
 
 void ram_release(unsigned long* names, unsigned long count) {
+  ForgetInterleavedArrays();
   for (unsigned long k = 0; k < count; ++k) std::free(RAM[names[k]]);
   std::free(RAM);
   RAM = nullptr;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "shapes/interleaved_arrays.h"
 #include "shapes/opengl_shape.h"
 #include "shapes/storage_backends.h"
 #include "video/gl_functions.h"
@@ -54,15 +55,17 @@ bool vbo_copy(const Kelo::IOpenGLShape* shape, const void* vertices) {
   return Kelo::gl::IsBufferARB(buffer) == GL_TRUE;
 }
 
-// With a buffer bound, the pointer argument is read as an offset into it.
+// With a buffer bound, array pointers are read as offsets into it.
 void vbo_render(const Kelo::IOpenGLShape* shape) {
   const Kelo::OGLVRAM::HVRAM_Desc& block = shape->block->data;
-  BindIfOther(static_cast<GLuint>(block.buffer));
-  glInterleavedArrays(shape->format, 0, reinterpret_cast<const void*>(block.offset));
-  glDrawArrays(shape->mode, 0, static_cast<GLsizei>(shape->vertexCount));
+  const GLuint buffer = static_cast<GLuint>(block.buffer);
+  BindIfOther(buffer);
+  const GLint first = PointInterleavedArrays(shape->format, buffer, block.offset);
+  glDrawArrays(shape->mode, first, static_cast<GLsizei>(shape->vertexCount));
 }
 
 void vbo_release(unsigned long* names, unsigned long count) {
+  ForgetInterleavedArrays();
   std::vector<GLuint> buffers(names, names + count);
   Kelo::gl::DeleteBuffersARB(static_cast<GLsizei>(count), buffers.data());
 }

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "platform/platform.h"
 #include "video/gl_functions.h"
 #include "video/opacity.h"
 #include "video/opengl_device.h"
@@ -93,11 +94,42 @@ void MakeVertexProgram(unsigned& program) {
                        vtxBlenderProgram);
 }
 
+// The constant colour last handed to a program, and the context it went to.
+// Attribute 1 and program parameter 0 are set by nothing but this device, so
+// they still hold it while the context is the same; a start-up forgets it.
+struct HandedOver {
+  void* context = nullptr;
+  float colour[4] = {};
+};
+HandedOver handedOver;
+
+bool StillHandedOver(const float c[4]) {
+  void* context = CurrentPlatform().CurrentContext();
+  if (context == handedOver.context &&
+      std::memcmp(c, handedOver.colour, sizeof handedOver.colour) == 0) {
+    return true;
+  }
+  handedOver.context = context;
+  std::memcpy(handedOver.colour, c, sizeof handedOver.colour);
+  return false;
+}
+
+void GiveProgramColour(IOpenGL::ShaderFlags flags, const float c[4]) {
+  if (flags.useShader) {
+    gl::VertexAttrib4fv(kConstColorAttribute, c);
+  } else if (flags.useARBShader) {
+    gl::VertexAttrib4fvARB(kConstColorAttribute, c);
+  } else {
+    gl::ProgramEnvParameter4fARB(GL_VERTEX_PROGRAM_ARB, 0, c[0], c[1], c[2], c[3]);
+  }
+}
+
 }  // namespace
 
 // Compile and link results are not checked: a program the driver rejects is
 // used as it is, and the path chosen never changes.
 void IOpenGL::InitGLPrograms() {
+  handedOver = {};
   if (shaderFlags.useShader) {
     MakeShaderProgram(program);
   } else if (shaderFlags.useARBShader) {
@@ -115,18 +147,17 @@ void IOpenGL::SetColor(const Color& color, float alpha) {
 
 // Without a program the colour enters through the texture environment, which
 // only acts while a texture is enabled; the mode stays GL_BLEND afterwards.
+// The host's texture calls change that environment, so it is set every time.
 void IOpenGL::HandOverColor(const float c[4]) {
-  if (shaderFlags.useShader) {
-    gl::VertexAttrib4fv(kConstColorAttribute, c);
-  } else if (shaderFlags.useARBShader) {
-    gl::VertexAttrib4fvARB(kConstColorAttribute, c);
-  } else if (shaderFlags.useARBProgram) {
-    gl::ProgramEnvParameter4fARB(GL_VERTEX_PROGRAM_ARB, 0, c[0], c[1], c[2], c[3]);
-    gl::BindProgramARB(GL_VERTEX_PROGRAM_ARB, program);
-    glEnable(GL_VERTEX_PROGRAM_ARB);
-  } else {
+  if (!shaderFlags.useShader && !shaderFlags.useARBShader && !shaderFlags.useARBProgram) {
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_BLEND);
     glTexEnvfv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_COLOR, c);
+    return;
+  }
+  if (!StillHandedOver(c)) GiveProgramColour(shaderFlags, c);
+  if (!shaderFlags.useShader && !shaderFlags.useARBShader) {
+    gl::BindProgramARB(GL_VERTEX_PROGRAM_ARB, program);
+    glEnable(GL_VERTEX_PROGRAM_ARB);
   }
 }
 
