@@ -32,11 +32,15 @@ SDL_Window* LiveWindow(void* handle) {
   return nullptr;
 }
 
+// Depth is the memory a pixel takes, as hosts ask for it: X reports 24-bit
+// colour, which SDL keeps in four bytes, so 32 here.
+unsigned BitsPerPixel(Uint32 format) { return SDL_BYTESPERPIXEL(format) * 8u; }
+
 ModeRecord RecordOf(const SDL_DisplayMode& mode) {
   ModeRecord record;
   record.width = ModeValue::Of(mode.w);
   record.height = ModeValue::Of(mode.h);
-  record.bitsPerPixel = ModeValue::Of(SDL_BITSPERPIXEL(mode.format));
+  record.bitsPerPixel = ModeValue::Of(BitsPerPixel(mode.format));
   // SDL reports 0 for a rate it does not know, which reads as a present 0 Hz.
   record.refreshRate = ModeValue::Of(mode.refresh_rate);
   return record;
@@ -55,8 +59,8 @@ bool ClosestMode(unsigned display, unsigned width, unsigned height, int refreshR
 }
 
 DisplayMode DisplayModeOf(const SDL_DisplayMode& mode) {
-  return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h),
-          SDL_BITSPERPIXEL(mode.format), false, static_cast<unsigned>(mode.refresh_rate)};
+  return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h), BitsPerPixel(mode.format),
+          false, static_cast<unsigned>(mode.refresh_rate)};
 }
 
 // An attribute list as SDL GL attributes.
