@@ -63,6 +63,20 @@ DisplayMode DisplayModeOf(const SDL_DisplayMode& mode) {
           false, static_cast<unsigned>(mode.refresh_rate)};
 }
 
+// While SDL switches the display or takes a window in or out of full screen
+// it resizes the window itself and hands each resize to every watch at once.
+// Those resizes are the switch's own, not the host's: the device starts
+// OpenGL for the switch by itself, once.
+bool switchUnderway = false;
+
+class Switching {
+public:
+  Switching() { switchUnderway = true; }
+  ~Switching() { switchUnderway = false; }
+  Switching(const Switching&) = delete;
+  Switching& operator=(const Switching&) = delete;
+};
+
 // An attribute list as SDL GL attributes.
 struct PixelFormat {
   std::vector<std::pair<SDL_GLattr, int>> settings;
@@ -194,6 +208,7 @@ bool SdlPlatform::SwitchToMode(unsigned display, void* window, const DisplayMode
       !ClosestMode(display, mode.width, mode.height, static_cast<int>(mode.refreshRate), closest)) {
     return false;
   }
+  const Switching underway;
   return SDL_SetWindowDisplayMode(target, &closest) == 0;
 }
 
@@ -255,9 +270,9 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
   }
   SDL_Window* target = LiveWindow(window);
   if (!target) return false;
-  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) &&
-      SDL_SetWindowFullscreen(target, 0) != 0) {
-    return false;
+  if (SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) {
+    const Switching underway;
+    if (SDL_SetWindowFullscreen(target, 0) != 0) return false;
   }
   state->window = target;
   return true;
@@ -266,9 +281,9 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
 bool SdlPlatform::SetFullScreen(void* context, void* window) {
   ContextState* state = Known(context);
   SDL_Window* target = LiveWindow(window);
-  if (!state || !target || SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) {
-    return false;
-  }
+  if (!state || !target) return false;
+  const Switching underway;
+  if (SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) return false;
   state->window = target;
   return true;
 }
@@ -334,6 +349,7 @@ void SdlPlatform::RemoveWindowEventHandlers(void* user) {
 // has no event for bounds that are still changing.
 int SdlPlatform::DeliverWindowEvent(void* data, SDL_Event* event) {
   const Watch& watch = *static_cast<const Watch*>(data);
+  if (switchUnderway) return 0;
   if (event->type != SDL_WINDOWEVENT || event->window.windowID != watch.windowId) return 0;
   WindowEvent delivered;
   delivered.kind = kEventWindowBoundsChanged;
