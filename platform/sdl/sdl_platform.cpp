@@ -270,11 +270,24 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
   }
   SDL_Window* target = LiveWindow(window);
   if (!target) return false;
-  if (SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) {
-    const Switching underway;
-    if (SDL_SetWindowFullscreen(target, 0) != 0) return false;
+  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) && !LeaveFullScreen(target)) {
+    return false;
   }
   state->window = target;
+  return true;
+}
+
+// Without a window manager nothing gives a window back the size it had before
+// full screen, and SDL goes on reporting the size of the last mode: the size
+// is put back here.
+bool SdlPlatform::LeaveFullScreen(SDL_Window* window) {
+  const Switching underway;
+  if (SDL_SetWindowFullscreen(window, 0) != 0) return false;
+  const auto size = windowedSizes.find(SDL_GetWindowID(window));
+  if (size != windowedSizes.end()) {
+    SDL_SetWindowSize(window, size->second.first, size->second.second);
+    windowedSizes.erase(size);
+  }
   return true;
 }
 
@@ -282,10 +295,19 @@ bool SdlPlatform::SetFullScreen(void* context, void* window) {
   ContextState* state = Known(context);
   SDL_Window* target = LiveWindow(window);
   if (!state || !target) return false;
+  if (!(SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN)) {
+    std::pair<int, int>& size = windowedSizes[SDL_GetWindowID(target)];
+    SDL_GetWindowSize(target, &size.first, &size.second);
+  }
   const Switching underway;
   if (SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) return false;
   state->window = target;
   return true;
+}
+
+void* SdlPlatform::ContextWindow(void* context) {
+  const auto found = contexts.find(context);
+  return found != contexts.end() ? found->second.window : nullptr;
 }
 
 void SdlPlatform::SetSwapInterval(void* context, int interval) {
