@@ -295,7 +295,7 @@ TEST_F(FullScreenTest, ResidentMemoryStaysBounded) {
     const long after = ResidentKiB();
     std::printf("[   memory ] %d %s: resident %ld KiB before, %ld KiB after\n", workload.count,
                 workload.name, before, after);
-    EXPECT_LT(after - before, 32 * 1024) << workload.name;
+    EXPECT_LT(after - before, 64 * 1024) << workload.name;
   }
   Enter(modes[0]);
   ASSERT_TRUE(Windowed());
