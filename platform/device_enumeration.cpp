@@ -77,12 +77,18 @@ bool IOpenGL::InitDevice(const DeviceDescription& device, unsigned long& handle)
   return true;
 }
 
-// The desktop mode is not switched back; window-event handlers stay.
+// Giving a display back does not give back its mode here: a device released
+// in full screen first returns the display to the desktop and takes the
+// window out of full screen. Window-event handlers stay.
 bool IOpenGL::ReleaseDevice(unsigned long) {
   ReleaseGL();
   Platform& platform = CurrentPlatform();
-  if (platform.IsDisplayCaptured(displayId)) platform.ReleaseDisplay(displayId);
   void* context = platform.CurrentContext();
+  if (platform.IsDisplayCaptured(displayId)) {
+    void* window = platform.ContextWindow(context);
+    if (window && ReturnToDesktop(window)) platform.AttachToWindow(context, window);
+    platform.ReleaseDisplay(displayId);
+  }
   platform.MakeCurrent(nullptr);
   if (context) platform.DestroyContext(context);
   return true;

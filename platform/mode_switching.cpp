@@ -50,24 +50,12 @@ void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
   return context;
 }
 
-// Leaving full screen first puts the display back to the size and depth of
-// the desktop that Init found, then gives it back.
+// Leaving full screen first puts the display back to the desktop, then gives
+// it back.
 void* EnterWindow(IOpenGL& device, void* window, const DisplayMode& mode) {
   Platform& platform = CurrentPlatform();
   if (!device.currentMode.windowed) {
-    const DisplayMode& desktop = device.desktopMode;
-    DisplayMode best;
-    if (!platform.BestMode(device.displayId, desktop.bitsPerPixel, desktop.width, desktop.height,
-                           best)) {
-      Log::Output("[kelo-agl] no suitable mode found.\n");
-      ReleaseDisplayAndFail(device.displayId);
-      return nullptr;
-    }
-    if (!platform.SwitchToMode(device.displayId, window, best)) {
-      Log::Output("[kelo-agl] cannot switch to mode\n");
-      ReleaseDisplayAndFail(device.displayId);
-      return nullptr;
-    }
+    if (!device.ReturnToDesktop(window)) return nullptr;
     platform.ReleaseDisplay(device.displayId);
   }
   void* context = device.InitGLWindowedCtx(window, mode);
@@ -88,6 +76,22 @@ bool AttachContext(IOpenGL& device, void* context, void* window, bool windowed) 
 }
 
 }  // namespace
+
+// The desktop is the size and depth that Init found, whatever its rate.
+bool IOpenGL::ReturnToDesktop(void* window) {
+  Platform& platform = CurrentPlatform();
+  DisplayMode best;
+  if (!platform.BestMode(displayId, desktopMode.bitsPerPixel, desktopMode.width, desktopMode.height,
+                         best)) {
+    Log::Output("[kelo-agl] no suitable mode found.\n");
+    return ReleaseDisplayAndFail(displayId);
+  }
+  if (!platform.SwitchToMode(displayId, window, best)) {
+    Log::Output("[kelo-agl] cannot switch to mode\n");
+    return ReleaseDisplayAndFail(displayId);
+  }
+  return true;
+}
 
 // Storage is started once per process and kept across mode changes, so
 // shapes outlive them. The context is new, so every error pending on it is

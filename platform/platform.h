@@ -153,6 +153,9 @@ public:
   // Makes `context` draw full screen on `window`, at the display's mode;
   // false when refused.
   virtual bool SetFullScreen(void* context, void* window) = 0;
+  // The window `context` draws on, full screen or not; null when it draws on
+  // none or was not made here.
+  virtual void* ContextWindow(void* context) = 0;
   // The number of display refreshes a swap of `context` waits for. Not checked.
   virtual void SetSwapInterval(void* context, int interval) = 0;
   // Makes `context` current on its drawable; null leaves no context current.

@@ -83,6 +83,9 @@ public:
   // All platform work of SetDisplayMode: display capture and switch, the new
   // context, its window, the event handler and the swap interval.
   bool SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync);
+  // Switches the device's display, through `window`, back to the desktop
+  // found by Init; false, logged and with the display given back, on failure.
+  bool ReturnToDesktop(void* window);
   // A new context sharing objects with the current one, for rendering into
   // `window` or full screen on the device's display through it; null on failure.
   void* InitGLWindowedCtx(void* window, const DisplayMode& mode);

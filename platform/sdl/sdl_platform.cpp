@@ -18,11 +18,15 @@ int DisplayIndex(unsigned display) {
   return static_cast<int>(display) <= count ? static_cast<int>(display) - 1 : -1;
 }
 
+// Depth is the memory a pixel takes, as hosts ask for it: X reports 24-bit
+// colour, which SDL keeps in four bytes, so 32 here.
+unsigned BitsPerPixel(Uint32 format) { return SDL_BYTESPERPIXEL(format) * 8u; }
+
 ModeRecord RecordOf(const SDL_DisplayMode& mode) {
   ModeRecord record;
   record.width = ModeValue::Of(mode.w);
   record.height = ModeValue::Of(mode.h);
-  record.bitsPerPixel = ModeValue::Of(SDL_BITSPERPIXEL(mode.format));
+  record.bitsPerPixel = ModeValue::Of(BitsPerPixel(mode.format));
   // SDL reports 0 for a rate it does not know, which reads as a present 0 Hz.
   record.refreshRate = ModeValue::Of(mode.refresh_rate);
   return record;
@@ -41,9 +45,23 @@ bool ClosestMode(unsigned display, unsigned width, unsigned height, int refreshR
 }
 
 DisplayMode DisplayModeOf(const SDL_DisplayMode& mode) {
-  return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h),
-          SDL_BITSPERPIXEL(mode.format), false, static_cast<unsigned>(mode.refresh_rate)};
+  return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h), BitsPerPixel(mode.format),
+          false, static_cast<unsigned>(mode.refresh_rate)};
 }
+
+// While SDL switches the display or takes a window in or out of full screen
+// it resizes the window itself and hands each resize to every watch at once.
+// Those resizes are the switch's own, not the host's: the device starts
+// OpenGL for the switch by itself, once.
+bool switchUnderway = false;
+
+class Switching {
+public:
+  Switching() { switchUnderway = true; }
+  ~Switching() { switchUnderway = false; }
+  Switching(const Switching&) = delete;
+  Switching& operator=(const Switching&) = delete;
+};
 
 // An attribute list as SDL GL attributes.
 struct PixelFormat {
@@ -210,6 +228,7 @@ bool SdlPlatform::SwitchToMode(unsigned display, void* window, const DisplayMode
       !ClosestMode(display, mode.width, mode.height, static_cast<int>(mode.refreshRate), closest)) {
     return false;
   }
+  const Switching underway;
   return SDL_SetWindowDisplayMode(target, &closest) == 0;
 }
 
@@ -268,22 +287,44 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
   }
   SDL_Window* target = LiveWindow(window);
   if (!target) return false;
-  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) &&
-      SDL_SetWindowFullscreen(target, 0) != 0) {
+  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) && !LeaveFullScreen(target)) {
     return false;
   }
   state->window = target;
   return true;
 }
 
+// Without a window manager nothing gives a window back the size it had before
+// full screen, and SDL goes on reporting the size of the last mode: the size
+// is put back here.
+bool SdlPlatform::LeaveFullScreen(SDL_Window* window) {
+  const Switching underway;
+  if (SDL_SetWindowFullscreen(window, 0) != 0) return false;
+  const auto size = windowedSizes.find(SDL_GetWindowID(window));
+  if (size != windowedSizes.end()) {
+    SDL_SetWindowSize(window, size->second.first, size->second.second);
+    windowedSizes.erase(size);
+  }
+  return true;
+}
+
 bool SdlPlatform::SetFullScreen(void* context, void* window) {
   ContextState* state = Known(context);
   SDL_Window* target = LiveWindow(window);
-  if (!state || !target || SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) {
-    return false;
+  if (!state || !target) return false;
+  if (!(SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN)) {
+    std::pair<int, int>& size = windowedSizes[SDL_GetWindowID(target)];
+    SDL_GetWindowSize(target, &size.first, &size.second);
   }
+  const Switching underway;
+  if (SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) return false;
   state->window = target;
   return true;
+}
+
+void* SdlPlatform::ContextWindow(void* context) {
+  const auto found = contexts.find(context);
+  return found != contexts.end() ? found->second.window : nullptr;
 }
 
 void SdlPlatform::SetSwapInterval(void* context, int interval) {
@@ -349,6 +390,7 @@ void SdlPlatform::RemoveWindowEventHandlers(void* user) {
 // has no event for bounds that are still changing.
 int SdlPlatform::DeliverWindowEvent(void* data, SDL_Event* event) {
   const Watch& watch = *static_cast<const Watch*>(data);
+  if (switchUnderway) return 0;
   if (event->type != SDL_WINDOWEVENT || event->window.windowID != watch.windowId) return 0;
   WindowEvent delivered;
   delivered.kind = kEventWindowBoundsChanged;

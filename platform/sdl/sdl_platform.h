@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "platform/platform.h"
@@ -45,6 +46,7 @@ public:
   void* CreateContext(void* format, void* window, void* share) override;
   bool AttachToWindow(void* context, void* window) override;
   bool SetFullScreen(void* context, void* window) override;
+  void* ContextWindow(void* context) override;
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
   void DestroyContext(void* context) override;
@@ -74,11 +76,14 @@ private:
   static int DeliverWindowEvent(void* watch, SDL_Event* event);
   ContextState* Known(void* context);
   SDL_Window* LiveWindow(void* handle);
+  bool LeaveFullScreen(SDL_Window* window);
 
   std::map<void*, ContextState> contexts;
   std::set<unsigned> captured;
   std::list<Watch> watches;
   LiveWindows liveWindows;
+  // The size of each window made full screen here, by window id, from before.
+  std::map<Uint32, std::pair<int, int>> windowedSizes;
 };
 
 }  // namespace Kelo

@@ -137,11 +137,11 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
   for (int i = 0; i < SDL_GetNumDisplayModes(0); ++i) {
     SDL_DisplayMode mode;
     SDL_GetDisplayMode(0, i, &mode);
-    // Modes of 8 bits or fewer (the offscreen driver's one 0-bit mode) are
-    // never offered.
-    if (SDL_BITSPERPIXEL(mode.format) <= 8) continue;
-    expected.push_back({static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h),
-                        SDL_BITSPERPIXEL(mode.format), false,
+    // Depth counts the bytes a pixel takes; modes of 8 bits or fewer (the
+    // offscreen driver's one 0-bit mode) are never offered.
+    const unsigned bits = SDL_BYTESPERPIXEL(mode.format) * 8u;
+    if (bits <= 8) continue;
+    expected.push_back({static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h), bits, false,
                         mode.refresh_rate > 0 ? static_cast<unsigned>(mode.refresh_rate) : 60u});
   }
   ASSERT_EQ(modes.size(), expected.size());
@@ -233,7 +233,8 @@ TEST_F(SdlDeviceTest, ADestroyedDeviceHearsNoMoreWindowEvents) {
 TEST_F(SdlDeviceTest, GoesFullScreenOnlyInAModeTheDisplayHasAndBack) {
   SDL_DisplayMode desktop;
   ASSERT_EQ(SDL_GetDesktopDisplayMode(0, &desktop), 0);
-  const unsigned bits = SDL_BITSPERPIXEL(desktop.format) ? SDL_BITSPERPIXEL(desktop.format) : 24;
+  const unsigned bytes = SDL_BYTESPERPIXEL(desktop.format);
+  const unsigned bits = bytes ? bytes * 8 : 24;
   const DisplayMode fullScreen{static_cast<unsigned>(desktop.w), static_cast<unsigned>(desktop.h),
                                bits, false, 60};
   ASSERT_TRUE(Windowed());

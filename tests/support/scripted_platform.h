@@ -135,6 +135,7 @@ public:
     Made(handle).fullScreen = true;
     return true;
   }
+  void* ContextWindow(void* handle) override { return handle ? Made(handle).window : nullptr; }
   void SetSwapInterval(void* handle, int interval) override {
     Made(handle).swapInterval = interval;
   }
