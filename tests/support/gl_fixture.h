@@ -45,4 +45,8 @@ private:
 // 2x multisampling, as any host must before creating its window.
 void RequestDeviceFramebuffer();
 
+// Clears every pending GL error. Start-up leaves one on purpose: Mesa refuses
+// the Apple-only transform hint.
+void DrainGLErrors();
+
 }  // namespace Kelo::Support
