@@ -137,6 +137,7 @@ TEST_F(ShapesTest, TexturedStripsShowTheTextureUpright) {
     device.Clear(BLACK);
     float before[16], after[16];
     glGetFloatv(GL_TEXTURE_MATRIX, before);
+    glDisableClientState(GL_VERTEX_ARRAY);
     device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, kQuad, kFlippedTexcoords);
     Support::ExpectCheckerUpright();
     glGetFloatv(GL_TEXTURE_MATRIX, after);
@@ -155,6 +156,8 @@ TEST_F(ShapesTest, AnUnstoredShapeDrawsTheHostsPointsAfterAStoredDraw) {
   glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &boundBefore);
   const Point rightHalf[] = {{0, -32}, {32, -32}, {0, 32}, {32, 32}};
   device.SetColor(YELLOW, 1.0f);
+  // The stored draw's vertex array must not be what draws the host's points.
+  glDisableClientState(GL_VERTEX_ARRAY);
   device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, rightHalf, nullptr);
   // The points take the current colour (the shader paths multiply it by the
   // white tint the stored draw handed over).

@@ -37,15 +37,13 @@ protected:
     handles.push_back(handle);
     const GLuint name = reinterpret_cast<OGLTexture*>(handle)->glName;
     glBindTexture(GL_TEXTURE_2D, name);
-    for (GLenum parameter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+    for (const auto& [parameter, expected] : {std::pair{GL_TEXTURE_MIN_FILTER, GL_NEAREST},
+                                              {GL_TEXTURE_MAG_FILTER, GL_NEAREST},
+                                              {GL_TEXTURE_WRAP_S, GL_CLAMP},
+                                              {GL_TEXTURE_WRAP_T, GL_CLAMP}}) {
       GLint value = 0;
       glGetTexParameteriv(GL_TEXTURE_2D, parameter, &value);
-      EXPECT_EQ(value, GL_NEAREST);
-    }
-    for (GLenum parameter : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-      GLint value = 0;
-      glGetTexParameteriv(GL_TEXTURE_2D, parameter, &value);
-      EXPECT_EQ(value, GL_CLAMP);
+      EXPECT_EQ(value, expected);
     }
     return name;
   }
@@ -115,7 +113,8 @@ TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
     unsigned width, height;
     std::vector<std::pair<int, int>> texels;  // element, both of its bytes
   } cases[] = {
-      {"words", IMAGE_RGBA8888, {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF}, 2, 1, {{0, 0x80}, {1, 0}}},
+      {"words", IMAGE_RGBA8888, {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF, 1, 0, 0, 0, 2, 0, 0, 1}, 4, 1,
+       {{0, 0x80}, {1, 0}, {2, 1}, {3, 2}}},
       {"wide rows overlap", IMAGE_RGBA8888, wide, 8, 4,
        {{0, 1}, {4, 9}, {8, 17}, {12, 25}, {19, 32}, {20, 0}}},
       {"tall rows stay inside the buffer", IMAGE_RGBA8888, tall, 2, 6, {{0, 0xAB}}},
