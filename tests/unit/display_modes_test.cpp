@@ -15,7 +15,8 @@ using Support::ScriptedPlatform;
 
 const ModeValue kAbsent{};
 const ModeValue kNotANumber{ModeValue::State::NotANumber, 0.0};
-const ModeValue k800 = ModeValue::Of(800), k600 = ModeValue::Of(600), k32 = ModeValue::Of(32);
+const ModeValue k800v = ModeValue::Of(800), k600v = ModeValue::Of(600), k32v = ModeValue::Of(32),
+                k60v = ModeValue::Of(60);
 
 ListedMode Mode(ModeValue width, ModeValue height, ModeValue bits, ModeValue rate,
                 bool usable = true, ModeValue stretched = kAbsent) {
@@ -45,34 +46,32 @@ Offered Offer(unsigned display) {
 // Only usable, unstretched modes of more than 8 bits with a size are offered,
 // as full-screen modes with the rate in whole hertz (60 for none).
 TEST(EnumerateDisplayModes, OffersEachUsableModeOfMoreThan8Bits) {
-  const ModeValue k60 = ModeValue::Of(60);
+  const std::optional<DisplayMode> k800{{800, 600, 32, false, 60}}, k640{{640, 480, 16, false, 60}},
+      none;
+  // clang-format off
   const struct {
     const char* name;
     ListedMode listed;
     std::optional<DisplayMode> offered;
   } cases[] = {
-      {"32 bits", Mode(800, 600, 32), DisplayMode{800, 600, 32, false, 60}},
+      {"32 bits", Mode(800, 600, 32), k800}, {"8 bits", Mode(800, 600, 8), none},
       {"9 bits", Mode(800, 600, 9), DisplayMode{800, 600, 9, false, 60}},
-      {"8 bits", Mode(800, 600, 8), std::nullopt},
-      {"not for the desktop", Mode(k800, k600, k32, k60, false), std::nullopt},
-      {"stretched", Mode(k800, k600, k32, k60, true, ModeValue::Of(1)), std::nullopt},
-      {"stretched is 0", Mode(k800, k600, k32, k60, true, ModeValue::Of(0)),
-       DisplayMode{800, 600, 32, false, 60}},
-      {"stretched is not a number", Mode(k800, k600, k32, k60, true, kNotANumber),
-       DisplayMode{800, 600, 32, false, 60}},
-      {"no depth", Mode(k800, k600, kAbsent, k60), std::nullopt},
-      {"depth not a number", Mode(k800, k600, kNotANumber, k60), std::nullopt},
-      {"no width", Mode(kAbsent, k600, k32, k60), std::nullopt},
-      {"height not a number", Mode(k800, kNotANumber, k32, k60), std::nullopt},
+      {"not for the desktop", Mode(k800v, k600v, k32v, k60v, false), none},
+      {"stretched", Mode(k800v, k600v, k32v, k60v, true, ModeValue::Of(1)), none},
+      {"stretched is 0", Mode(k800v, k600v, k32v, k60v, true, ModeValue::Of(0)), k800},
+      {"stretched is not a number", Mode(k800v, k600v, k32v, k60v, true, kNotANumber), k800},
+      {"no depth", Mode(k800v, k600v, kAbsent, k60v), none},
+      {"depth not a number", Mode(k800v, k600v, kNotANumber, k60v), none},
+      {"no width", Mode(kAbsent, k600v, k32v, k60v), none},
+      {"height not a number", Mode(k800v, kNotANumber, k32v, k60v), none},
       {"75 Hz", Mode(640, 480, 16, 75), DisplayMode{640, 480, 16, false, 75}},
       {"59.94 Hz is truncated", Mode(640, 480, 16, 59.94), DisplayMode{640, 480, 16, false, 59}},
-      {"0 Hz", Mode(640, 480, 16, 0), DisplayMode{640, 480, 16, false, 60}},
-      {"no rate", Mode(k800, k600, k32, kAbsent), DisplayMode{800, 600, 32, false, 60}},
-      {"rate not a number", Mode(k800, k600, k32, kNotANumber),
-       DisplayMode{800, 600, 32, false, 60}},
-      {"negative rate", Mode(640, 480, 16, -5), DisplayMode{640, 480, 16, false, 60}},
-      {"NaN rate", Mode(640, 480, 16, std::nan("")), DisplayMode{640, 480, 16, false, 60}},
+      {"0 Hz", Mode(640, 480, 16, 0), k640}, {"negative rate", Mode(640, 480, 16, -5), k640},
+      {"NaN rate", Mode(640, 480, 16, std::nan("")), k640},
+      {"no rate", Mode(k800v, k600v, k32v, kAbsent), k800},
+      {"rate not a number", Mode(k800v, k600v, k32v, kNotANumber), k800},
   };
+  // clang-format on
   for (const auto& c : cases) {
     ScriptedPlatform platform;
     platform.displays = {{1, std::nullopt, std::vector<ListedMode>{c.listed}}};
