@@ -239,6 +239,7 @@ TEST_F(ModeSwitchingTest, EachSuccessfulCallAddsAHandlerThatRestartsOnResize) {
 TEST_F(ModeSwitchingTest, OnlySizeChangesOfALiveWindowRestart) {
   ASSERT_TRUE(device.SetDisplayMode(&window, kWindowed, false));
   int unknown = 0;
+  platform.contentSizes[&unknown] = {10, 10};
   const unsigned kSized = kWindowBoundsChangeSizeChanged;
   // clang-format off
   const struct {
@@ -280,6 +281,11 @@ TEST_F(ModeSwitchingTest, StartsTheVertexStorageOnceAndKeepsIt) {
   ASSERT_TRUE(device.SetDisplayMode(&window, kWindowed, false));
   OGLVRAM* storage = VRAMManager;
   ASSERT_NE(storage, nullptr);
+  const Lines said =
+      Support::ExpectedStorage() == "ram"
+          ? Lines{"[kelo-opengl] Will use vertex arrays ", " with no storage optimization.\n"}
+          : Lines{"[kelo-opengl] Will use [GL_ARB_vertex_buffer_object]\n"};
+  EXPECT_EQ(Lines(log.Lines().end() - said.size(), log.Lines().end()), said);
   EXPECT_EQ(storage->bufferCount, 1u);
   ASSERT_TRUE(device.SetDisplayMode(&window, kFullScreen, false));
   EXPECT_EQ(VRAMManager, storage) << "shapes survive a mode change";

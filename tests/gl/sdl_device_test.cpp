@@ -196,7 +196,13 @@ TEST_F(SdlDeviceTest, TheSeamAnswersOnlyForDisplaysSDLHas) {
     void* format = seam.ChoosePixelFormat(&device, attributes);
     EXPECT_EQ(format != nullptr, known);
     if (format) seam.DestroyPixelFormat(format);
+    seam.CaptureDisplay(display);
+    EXPECT_TRUE(seam.IsDisplayCaptured(display));
+    seam.ReleaseDisplay(display);
+    EXPECT_FALSE(seam.IsDisplayCaptured(display));
   }
+  int notAContext = 0;
+  EXPECT_FALSE(seam.MakeCurrent(&notAContext));
 }
 
 TEST_F(SdlDeviceTest, GoesFullScreenOnlyInAModeTheDisplayHasAndBack) {

@@ -115,6 +115,9 @@ TEST_F(ShapesTest, AClipLimitsDrawingToItsPixelsUntilTheBatchEnds) {
   Draw(cover);
   EXPECT_PIXEL_NEAR(16, 32, kBlue, 0);
   EXPECT_PIXEL_NEAR(48, 32, kBlack, 0);
+  // Drawing inside the clip keeps it for the next draw.
+  Draw(clip);
+  EXPECT_PIXEL_NEAR(16, 32, (Rgba{128, 128, 128, 255}), 0);
   device.EndShapeBatch();
   Draw(cover);
   EXPECT_PIXEL_NEAR(48, 32, kBlue, 0);
@@ -148,7 +151,7 @@ TEST_F(ShapesTest, TexturedStripsShowTheTextureUpright) {
 }
 
 TEST_F(ShapesTest, AnUnstoredShapeDrawsTheHostsPointsAfterAStoredDraw) {
-  const unsigned long stored = Store(kLeftHalf, 4, RED, 1.0f);
+  const unsigned long stored = Store(kLeftHalf, 4, RED, 1.0f, kFlippedTexcoords);
   device.SetColor(WHITE, 1.0f);
   device.Clear(BLACK);
   Draw(stored);
@@ -165,7 +168,8 @@ TEST_F(ShapesTest, AnUnstoredShapeDrawsTheHostsPointsAfterAStoredDraw) {
   EXPECT_PIXEL_NEAR(16, 32, (Rgba{255, 0, 0, 255}), 0);
   glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &boundAfter);
   EXPECT_EQ(boundAfter, boundBefore);
-  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY)) << "the stored draw's colour array stays on";
+  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY))
+      << "the stored draw's arrays stay on";
   EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
 
@@ -187,11 +191,14 @@ Bytes StoredBytes(unsigned long handle) {
                 block.size);
     return bytes;
   }
-  reinterpret_cast<PFNGLBINDBUFFERARBPROC>(SDL_GL_GetProcAddress("glBindBufferARB"))(
-      GL_ARRAY_BUFFER, static_cast<GLuint>(block.buffer));
+  const auto bind =
+      reinterpret_cast<PFNGLBINDBUFFERARBPROC>(SDL_GL_GetProcAddress("glBindBufferARB"));
+  bind(GL_ARRAY_BUFFER, static_cast<GLuint>(block.buffer));
   reinterpret_cast<PFNGLGETBUFFERSUBDATAARBPROC>(SDL_GL_GetProcAddress("glGetBufferSubDataARB"))(
       GL_ARRAY_BUFFER, static_cast<GLintptr>(block.offset), static_cast<GLsizeiptr>(block.size),
       bytes.data());
+  // The next copy must bind its block's buffer itself.
+  bind(GL_ARRAY_BUFFER, 0);
   return bytes;
 }
 

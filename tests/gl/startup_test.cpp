@@ -1,4 +1,6 @@
 #include <GL/gl.h>
+#include <GL/glext.h>
+#include <SDL.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/gl_fixture.h"
@@ -10,6 +12,11 @@ namespace {
 
 using Support::ColorPath;
 using Support::ExpectedColorPath;
+
+template <typename F>
+F Fetch(const char* name) {
+  return reinterpret_cast<F>(SDL_GL_GetProcAddress(name));
+}
 
 class StartupTest : public Support::GLTest {
 protected:
@@ -58,6 +65,8 @@ TEST_F(StartupTest, ChoosesTheExpectedColourPathAndSaysSo) {
 
 TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
+  glDisable(GL_MULTISAMPLE);
+  glShadeModel(GL_FLAT);
   StartUp(32, 16);
   // clang-format off
   const struct {
@@ -90,6 +99,30 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   EXPECT_FLOAT_EQ(projection[0], 2.0f / kWidth);
   EXPECT_FLOAT_EQ(projection[5], 2.0f / kHeight);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(modelview[i], i % 5 == 0 ? 1.0f : 0.0f) << i;
+}
+
+// Only the program made last is deleted; on the GLSL paths it stays in use,
+// so GL only marks it for deletion.
+TEST_F(StartupTest, ReleaseDeletesTheProgram) {
+  StartUp();
+  device.ReleaseGL();
+  GLint deleted = GL_FALSE;
+  switch (ExpectedColorPath()) {
+    case ColorPath::Shader:
+      Fetch<PFNGLGETPROGRAMIVPROC>("glGetProgramiv")(device.program, GL_DELETE_STATUS, &deleted);
+      break;
+    case ColorPath::ARBShader:
+      Fetch<PFNGLGETOBJECTPARAMETERIVARBPROC>("glGetObjectParameterivARB")(
+          device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
+      break;
+    case ColorPath::ARBProgram:
+      deleted = !Fetch<PFNGLISPROGRAMARBPROC>("glIsProgramARB")(device.program);
+      break;
+    default:
+      deleted = device.program == 0;
+  }
+  EXPECT_TRUE(deleted);
+  device.shaderFlags = {};
 }
 
 TEST_F(StartupTest, SetColorSetsTheCurrentColourWithTheOpacityByte) {

@@ -206,7 +206,7 @@ TEST_F(TexturesTest, BadFilesFailCleanly) {
   EXPECT_FALSE(keyed.Load(missing.c_str(), BLACK));
   EXPECT_FALSE(keyed.Load(corrupt.c_str(), BLACK));
   EXPECT_NE(keyed.glName, 0u) << "a failed keyed load leaves the name alone";
-  keyed.Release();
+  EXPECT_TRUE(keyed.Release());
   EXPECT_EQ(keyed.glName, 0u);
 
   unsigned long handle = 0;
