@@ -10,6 +10,8 @@ namespace Kelo::Support {
 
 struct Rgba {
   int r, g, b, a;
+  bool operator==(const Rgba& o) const { return r == o.r && g == o.g && b == o.b && a == o.a; }
+  bool operator!=(const Rgba& o) const { return !(*this == o); }
 };
 
 inline std::ostream& operator<<(std::ostream& out, const Rgba& c) {
