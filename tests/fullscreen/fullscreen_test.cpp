@@ -150,9 +150,7 @@ protected:
     device.ReleaseTexture(texture);
   }
   void ExpectScene(int width, int height) {
-    // Start-up leaves Mesa's refusal of an Apple-only hint behind.
-    while (glGetError() != GL_NO_ERROR) {
-    }
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "left for the host";
     GLint viewport[4];
     glGetIntegerv(GL_VIEWPORT, viewport);
     EXPECT_EQ(std::vector<GLint>(viewport, viewport + 4),

@@ -15,12 +15,10 @@ protected:
     GLTest::SetUp();
     device.currentMode = {kWidth, kHeight, 32, true, 60};
     device.InitGL(kWidth, kHeight);
-    // Start-up's Apple-only hint is refused here; it is not the test's error.
-    while (glGetError() != GL_NO_ERROR) {
-    }
+    DrainGLErrors();
     if (!VRAMManager) {
       VRAMManager = new OGLVRAM;
-      VRAMManager->Init();
+      ASSERT_TRUE(VRAMManager->Init());
     }
     log.Clear();
   }

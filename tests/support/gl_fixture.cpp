@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <ios>
 
 namespace Kelo::Support {
 
@@ -34,6 +35,11 @@ void RequestDeviceFramebuffer() {
   SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 1);
   SDL_GL_SetAttribute(SDL_GL_MULTISAMPLEBUFFERS, 1);
   SDL_GL_SetAttribute(SDL_GL_MULTISAMPLESAMPLES, 2);
+}
+
+void DrainGLErrors() {
+  while (glGetError() != GL_NO_ERROR) {
+  }
 }
 
 namespace {
@@ -74,18 +80,14 @@ void GLTest::TearDownTestSuite() {
 void GLTest::SetUp() {
   ASSERT_NE(context, nullptr);
   SDL_GL_MakeCurrent(window, context);
-  while (glGetError() != GL_NO_ERROR) {
-  }
+  DrainGLErrors();
 }
 
 void GLTest::TearDown() {
   if (SDL_GL_GetCurrentContext() != context) return;
   const GLenum error = glGetError();
-  if (!errorExpected) {
-    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
-  }
-  while (glGetError() != GL_NO_ERROR) {
-  }
+  EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR)) << "GL error 0x" << std::hex << error;
+  DrainGLErrors();
 }
 
 }  // namespace Kelo::Support

@@ -17,6 +17,15 @@ public:
 
   const std::vector<std::string>& Lines() const { return lines; }
   void Clear() { lines.clear(); }
+  // How often OpenGL start-up ran: it names the colour path it chose each time.
+  int StartUps() const {
+    int count = 0;
+    for (const std::string& line : lines) {
+      count += line.rfind("[kelo-opengl] will use", 0) == 0 ||
+               line.rfind("[kelo-opengl] no vertex shader", 0) == 0;
+    }
+    return count;
+  }
 
 private:
   static void Collect(const char* line, void* self) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <GL/gl.h>
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <ostream>
@@ -33,6 +34,10 @@ inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
          std::abs(actual.b - expected.b) <= tolerance;
 }
 
+// A 2 x 2 RGBA texture, bottom row first: red, green; blue, white.
+constexpr unsigned char kCheckerTexels[] = {255, 0, 0,   255, 0,   255, 0,   255,
+                                            0,   0, 255, 255, 255, 255, 255, 255};
+
 }  // namespace Kelo::Support
 
 // Checks the pixel at (x, y) against `expected` (colour channels only).
@@ -42,3 +47,15 @@ inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
     EXPECT_TRUE(::Kelo::Support::NearRgb(kActual, (expected), (tolerance)))                      \
         << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << (expected); \
   } while (0)
+
+namespace Kelo::Support {
+
+// The checker drawn upright over the whole 64 x 64 framebuffer.
+inline void ExpectCheckerUpright() {
+  EXPECT_PIXEL_NEAR(16, 16, (Rgba{255, 0, 0, 255}), 0);
+  EXPECT_PIXEL_NEAR(48, 16, (Rgba{0, 255, 0, 255}), 0);
+  EXPECT_PIXEL_NEAR(16, 48, (Rgba{0, 0, 255, 255}), 0);
+  EXPECT_PIXEL_NEAR(48, 48, (Rgba{255, 255, 255, 255}), 0);
+}
+
+}  // namespace Kelo::Support

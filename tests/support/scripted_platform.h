@@ -17,7 +17,8 @@ namespace Kelo::Support {
 // A platform whose answers the test scripts. GL entry points still come from
 // SDL, so GL stays real; contexts here are records, and the GL context the
 // test made stays the one GL draws on. Installed for as long as it lives.
-// By default every display has every mode and every request succeeds.
+// By default the desktop is 1280 x 800 x 32 at 60 Hz, every display has every
+// mode and every request succeeds.
 class ScriptedPlatform final : public Platform {
 public:
   struct Display {
@@ -102,13 +103,17 @@ public:
   }
 
   void* ChoosePixelFormat(const int* device, const int* attributes) override {
-    PixelFormat format;
+    PixelFormat format{{}, device ? std::optional<int>(*device) : std::nullopt};
+    bool stencil = false;
     for (const int* token = attributes; *token != AGL_NONE; ++token) {
       format.attributes.push_back(*token);
-      if (TakesValue(*token)) format.attributes.push_back(*++token);
+      const int valued[] = {AGL_LEVEL,       AGL_DEPTH_SIZE, AGL_STENCIL_SIZE,
+                            AGL_SAMPLES_ARB, AGL_PIXEL_SIZE, AGL_SAMPLE_BUFFERS_ARB};
+      if (std::find(std::begin(valued), std::end(valued), *token) == std::end(valued)) continue;
+      format.attributes.push_back(*++token);
+      stencil = stencil || (token[-1] == AGL_STENCIL_SIZE && *token > 0);
     }
-    if (device) format.device = *device;
-    if (!answers.anyFormat || (!answers.stencilFormats && AsksForStencil(format))) return nullptr;
+    if (!answers.anyFormat || (!answers.stencilFormats && stencil)) return nullptr;
     formats.push_back(std::make_unique<PixelFormat>(format));
     return formats.back().get();
   }
@@ -181,7 +186,7 @@ public:
     }
   }
   // The record behind a context handle made here.
-  Context& Made(void* handle) { return *static_cast<Context*>(handle); }
+  static Context& Made(void* handle) { return *static_cast<Context*>(handle); }
   // A context that is current as if the host or an earlier call had made it.
   void* MakeCurrentContext(void* window) {
     contexts.push_back(std::make_unique<Context>());
@@ -191,7 +196,8 @@ public:
   }
 
   // Scripted answers.
-  std::optional<ModeRecord> desktop;
+  std::optional<ModeRecord> desktop =
+      ModeRecord{ModeValue::Of(1280), ModeValue::Of(800), ModeValue::Of(32), ModeValue::Of(60)};
   bool displayListReadable = true;
   std::vector<Display> displays;
   unsigned mainDisplay = 1;
@@ -227,18 +233,6 @@ private:
       if (display.id == id) return &display;
     }
     return nullptr;
-  }
-  static bool TakesValue(int token) {
-    for (int valued : {AGL_LEVEL, AGL_DEPTH_SIZE, AGL_STENCIL_SIZE, AGL_SAMPLE_BUFFERS_ARB,
-                       AGL_SAMPLES_ARB, AGL_PIXEL_SIZE}) {
-      if (token == valued) return true;
-    }
-    return false;
-  }
-  static bool AsksForStencil(const PixelFormat& format) {
-    const auto& a = format.attributes;
-    const auto stencil = std::find(a.begin(), a.end(), AGL_STENCIL_SIZE);
-    return stencil != a.end() && stencil + 1 != a.end() && stencil[1] > 0;
   }
 };
 

@@ -42,6 +42,9 @@ TEST(ExtensionListed, MatchesAnySubstringAndNothingEmpty) {
     EXPECT_EQ(ExtensionListed(c.list, c.name), c.expected)
         << (c.name ? c.name : "(null)") << " in " << (c.list ? c.list : "(null)");
   }
+  // Without a name the query answers before asking OpenGL for its string.
+  EXPECT_FALSE(IsSupported(nullptr));
+  EXPECT_FALSE(IsSupported(""));
 }
 
 }  // namespace

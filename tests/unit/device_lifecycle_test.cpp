@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/enumerated.h"
 #include "tests/support/scripted_platform.h"
 #include "video/opengl_device.h"
 
@@ -8,96 +9,60 @@ namespace {
 
 using Support::ScriptedPlatform;
 
-ModeRecord Desktop(ModeValue refreshRate) {
-  return {ModeValue::Of(1280), ModeValue::Of(800), ModeValue::Of(32), refreshRate};
-}
+const ModeValue kAbsent{};
+const ModeValue kNotANumber{ModeValue::State::NotANumber, 0.0};
 
-TEST(DeviceInit, ReadsTheDesktopModeAndItsRefreshRate) {
+// Init reads width, height and depth in that order and stops at the first it
+// cannot read; the refresh rate is optional and 0 Hz reads as 60.
+TEST(DeviceInit, ReadsTheDesktopModeKeyByKey) {
+  const ModeValue w = ModeValue::Of(1280), h = ModeValue::Of(800), bits = ModeValue::Of(32);
   const struct {
     const char* name;
-    ModeValue refreshRate;
-    unsigned expected;
+    std::optional<ModeRecord> desktop;
+    bool result;
+    DisplayMode expected;  // starting from {7, 7, 7, false, 7}
   } cases[] = {
-      {"0 Hz reads as 60", ModeValue::Of(0.0), 60},
-      {"59.94 Hz is truncated", ModeValue::Of(59.94), 59},
-      {"75 Hz", ModeValue::Of(75.0), 75},
-      {"an unreadable rate reads as 0, so 60", {ModeValue::State::NotANumber, 0.0}, 60},
-      {"no rate keeps what the field held", {}, 12345},
+      {"75 Hz", ModeRecord{w, h, bits, ModeValue::Of(75.0)}, true, {1280, 800, 32, true, 75}},
+      {"59.94 Hz is truncated",
+       ModeRecord{w, h, bits, ModeValue::Of(59.94)},
+       true,
+       {1280, 800, 32, true, 59}},
+      {"0 Hz", ModeRecord{w, h, bits, ModeValue::Of(0.0)}, true, {1280, 800, 32, true, 60}},
+      {"an unreadable rate reads as 0",
+       ModeRecord{w, h, bits, kNotANumber},
+       true,
+       {1280, 800, 32, true, 60}},
+      {"no rate keeps the field", ModeRecord{w, h, bits, kAbsent}, true, {1280, 800, 32, true, 7}},
+      {"no desktop", std::nullopt, false, {7, 7, 7, false, 7}},
+      {"no width", ModeRecord{kAbsent, h, bits, {}}, false, {7, 7, 7, false, 7}},
+      {"height not a number", ModeRecord{w, kNotANumber, bits, {}}, false, {1280, 7, 7, false, 7}},
+      {"no depth", ModeRecord{w, h, kAbsent, {}}, false, {1280, 800, 7, false, 7}},
   };
   for (const auto& c : cases) {
     ScriptedPlatform platform;
-    platform.desktop = Desktop(c.refreshRate);
-    IOpenGL device;
-    device.currentMode.refreshRate = 12345;
-    device.currentMode.windowed = false;
-    ASSERT_TRUE(device.Init()) << c.name;
-    DisplayMode mode{};
-    EXPECT_TRUE(device.GetDisplayMode(mode));
-    EXPECT_EQ(mode.width, 1280u) << c.name;
-    EXPECT_EQ(mode.height, 800u) << c.name;
-    EXPECT_EQ(mode.bitsPerPixel, 32u) << c.name;
-    EXPECT_TRUE(mode.windowed) << c.name;
-    EXPECT_EQ(mode.refreshRate, c.expected) << c.name;
-    EXPECT_EQ(device.desktopMode.refreshRate, c.expected) << c.name;
-    EXPECT_EQ(device.desktopMode.width, 1280u) << c.name;
-  }
-}
-
-TEST(DeviceInit, StopsAtTheFirstMissingSizeKeyKeepingWhatItRead) {
-  const struct {
-    const char* name;
-    ModeRecord record;
-    unsigned width, height;
-  } cases[] = {
-      {"no width", {{}, ModeValue::Of(800), ModeValue::Of(32), ModeValue::Of(60)}, 7, 7},
-      {"height not a number",
-       {ModeValue::Of(1280), {ModeValue::State::NotANumber, 0}, ModeValue::Of(32), {}},
-       1280,
-       7},
-      {"no depth", {ModeValue::Of(1280), ModeValue::Of(800), {}, ModeValue::Of(60)}, 1280, 800},
-  };
-  for (const auto& c : cases) {
-    ScriptedPlatform platform;
-    platform.desktop = c.record;
+    platform.desktop = c.desktop;
     IOpenGL device;
     device.currentMode = {7, 7, 7, false, 7};
-    EXPECT_FALSE(device.Init()) << c.name;
-    EXPECT_EQ(device.currentMode.width, c.width) << c.name;
-    EXPECT_EQ(device.currentMode.height, c.height) << c.name;
-    EXPECT_FALSE(device.currentMode.windowed) << c.name;
-    EXPECT_EQ(device.desktopMode.width, 0u) << c.name << ": the desktop mode is not kept";
+    EXPECT_EQ(device.Init(), c.result) << c.name;
+    DisplayMode mode{};
+    EXPECT_TRUE(device.GetDisplayMode(mode));
+    EXPECT_EQ(mode, c.expected) << c.name;
+    EXPECT_EQ(device.desktopMode, c.result ? c.expected : DisplayMode{}) << c.name;
   }
 }
 
-TEST(DeviceInit, FailsWithoutADesktopMode) {
+TEST(DeviceLifecycle, IsReadyAndPresentsWhateverContextIsCurrent) {
   ScriptedPlatform platform;
   IOpenGL device;
-  EXPECT_FALSE(device.Init());
-}
-
-TEST(DeviceLifecycle, ReportsReadinessFromTheCurrentContextAlone) {
-  ScriptedPlatform platform;
-  IOpenGL device;
-  EXPECT_TRUE(device.Update());
-  EXPECT_TRUE(device.Release());
-  EXPECT_FALSE(device.IsReady());
   int context = 0;
-  platform.context = &context;
-  EXPECT_TRUE(device.IsReady());
-  EXPECT_TRUE(device.Update());
-  EXPECT_TRUE(device.Release());
-}
-
-TEST(DeviceLifecycle, EndRenderPresentsWhateverContextIsCurrent) {
-  ScriptedPlatform platform;
-  IOpenGL device;
-  device.EndRender();
-  int context = 0;
-  platform.context = &context;
-  device.EndRender();
-  ASSERT_EQ(platform.swaps.size(), 2u);
-  EXPECT_EQ(platform.swaps[0], nullptr);
-  EXPECT_EQ(platform.swaps[1], &context);
+  for (void* current : {static_cast<void*>(nullptr), static_cast<void*>(&context)}) {
+    platform.context = current;
+    EXPECT_EQ(device.IsReady(), current != nullptr);
+    EXPECT_TRUE(device.Update());
+    EXPECT_TRUE(device.Release());
+    device.EndRender();
+    EXPECT_EQ(platform.swaps.back(), current);
+  }
 }
 
 }  // namespace
