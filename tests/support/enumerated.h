@@ -5,28 +5,23 @@
 
 #include "kelo/types.h"
 
+// Declared in Kelo so that GoogleTest and the standard algorithms find them.
 namespace Kelo {
-
-// Lets tests compare and print display modes; declared in Kelo so that
-// GoogleTest and the standard algorithms find them.
 inline bool operator==(const DisplayMode& a, const DisplayMode& b) {
   return a.width == b.width && a.height == b.height && a.bitsPerPixel == b.bitsPerPixel &&
          a.windowed == b.windowed && a.refreshRate == b.refreshRate;
 }
-
 inline std::ostream& operator<<(std::ostream& out, const DisplayMode& m) {
   return out << m.width << "x" << m.height << "x" << m.bitsPerPixel << "@" << m.refreshRate
              << (m.windowed ? " windowed" : " full screen");
 }
 
-namespace Support {
-
 // An enumeration callback that keeps a copy of each item in the
 // std::vector<T> passed as user data.
+namespace Support {
 template <typename T>
 void CollectInto(const T& item, void* user) {
   static_cast<std::vector<T>*>(user)->push_back(item);
 }
-
 }  // namespace Support
 }  // namespace Kelo

@@ -5,15 +5,11 @@
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
-#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 #pragma GCC diagnostic ignored "-Wunused-function"
-#endif
 #include <stb/stb_image_write.h>
-#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
-#endif
 
 namespace Kelo::Support {
 
@@ -32,20 +28,11 @@ std::string WriteImageTo(const std::string& folder, const std::string& name, Ima
                          const std::vector<unsigned char>& pixels) {
   const std::string path = folder + "/" + name;
   const char* file = path.c_str();
-  switch (kind) {
-    case ImageKind::Png:
-      stbi_write_png(file, width, height, channels, pixels.data(), width * channels);
-      break;
-    case ImageKind::Bmp:
-      stbi_write_bmp(file, width, height, channels, pixels.data());
-      break;
-    case ImageKind::Tga:
-      stbi_write_tga(file, width, height, channels, pixels.data());
-      break;
-    case ImageKind::Jpg:
-      stbi_write_jpg(file, width, height, channels, pixels.data(), 95);
-      break;
-  }
+  const unsigned char* data = pixels.data();
+  if (kind == ImageKind::Png) stbi_write_png(file, width, height, channels, data, width * channels);
+  if (kind == ImageKind::Bmp) stbi_write_bmp(file, width, height, channels, data);
+  if (kind == ImageKind::Tga) stbi_write_tga(file, width, height, channels, data);
+  if (kind == ImageKind::Jpg) stbi_write_jpg(file, width, height, channels, data, 95);
   return path;
 }
 

@@ -13,9 +13,6 @@ public:
   ~TempFolder();
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
-
-  // The path of `name` in the folder; the folder itself, ending in '/', for "".
-  // The path of `name` in the folder.
   std::string Path(const std::string& name) const { return path + "/" + name; }
 
 private:
