@@ -1,8 +1,5 @@
 #include "tests/support/test_images.h"
 
-#include <cstdlib>
-#include <filesystem>
-
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
 #pragma GCC diagnostic push
@@ -11,21 +8,9 @@
 #include <stb/stb_image_write.h>
 #pragma GCC diagnostic pop
 
-namespace Kelo::Support {
-
-TempFolder::TempFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kelo-XXXXXX").string();
-  path = mkdtemp(pattern.data()) ? pattern : std::string();
-}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  if (!path.empty()) std::filesystem::remove_all(path, ignored);
-}
-
-std::string WriteImageTo(const std::string& folder, const std::string& name, ImageKind kind,
-                         int width, int height, int channels,
-                         const std::vector<unsigned char>& pixels) {
+std::string Kelo::Support::WriteImageTo(const std::string& folder, const std::string& name,
+                                        ImageKind kind, int width, int height, int channels,
+                                        const std::vector<unsigned char>& pixels) {
   const std::string path = folder + "/" + name;
   const char* file = path.c_str();
   const unsigned char* data = pixels.data();
@@ -35,11 +20,3 @@ std::string WriteImageTo(const std::string& folder, const std::string& name, Ima
   if (kind == ImageKind::Jpg) stbi_write_jpg(file, width, height, channels, data, 95);
   return path;
 }
-
-std::vector<unsigned char> Gradient(int width, int height, int channels) {
-  std::vector<unsigned char> pixels(static_cast<size_t>(width) * height * channels);
-  for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<unsigned char>(i * 37 + 11);
-  return pixels;
-}
-
-}  // namespace Kelo::Support

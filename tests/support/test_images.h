@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -9,8 +11,13 @@ namespace Kelo::Support {
 // when the object goes.
 class TempFolder {
 public:
-  TempFolder();
-  ~TempFolder();
+  TempFolder() : path((std::filesystem::temp_directory_path() / "kelo-XXXXXX").string()) {
+    if (!mkdtemp(path.data())) path.clear();
+  }
+  ~TempFolder() {
+    std::error_code ignored;
+    if (!path.empty()) std::filesystem::remove_all(path, ignored);
+  }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
   std::string Path(const std::string& name) const { return path + "/" + name; }
@@ -33,6 +40,10 @@ inline std::string WriteImage(const TempFolder& folder, const std::string& name,
 }
 
 // A width x height image whose every pixel differs from its neighbours.
-std::vector<unsigned char> Gradient(int width, int height, int channels);
+inline std::vector<unsigned char> Gradient(int width, int height, int channels) {
+  std::vector<unsigned char> pixels(static_cast<size_t>(width) * height * channels);
+  for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<unsigned char>(i * 37 + 11);
+  return pixels;
+}
 
 }  // namespace Kelo::Support

@@ -90,9 +90,8 @@ TEST(DeviceNames, AreTheModelCutToTheRecord) {
     EXPECT_EQ(
         std::string(found[0].name, 64) + std::string(found[1].name, 64) + std::string(out.name, 64),
         Name(3, 64, 0) + enumerated + byDefault);
-    for (const DeviceDescription& d : {found[0], found[1], out}) {
+    for (const DeviceDescription& d : {found[0], found[1], out})
       EXPECT_TRUE(d.deviceClass == DEV_CLASS_VIDEO && d.subClass == DEV_SUBCLASS_DISPLAY);
-    }
     EXPECT_EQ(std::vector<unsigned>({found[0].displayId, found[1].displayId, out.displayId}),
               std::vector<unsigned>({7, 9, 9}));
   }
@@ -105,48 +104,46 @@ TEST(DeviceNames, AreTheModelCutToTheRecord) {
   EXPECT_TRUE(found.empty());
 }
 
+ListedMode Listed(ModeValue w, ModeValue bits, ModeValue rate, bool usable = true,
+                  ModeValue stretched = kNone) {
+  return {{w, V(48), bits, rate}, usable, stretched};
+}
+
 // Only usable, unstretched modes of more than 8 bits with a size are offered,
 // in the platform's order, duplicates included, as full-screen modes with the
-// rate in whole hertz (60 for none). Display 1 has other modes.
+// rate in whole hertz (60 for none), and only those of the display asked.
 TEST(EnumerateDisplayModes, OffersEachUsableModeOfMoreThan8Bits) {
-  const auto listed = [](ModeValue w, ModeValue bits, ModeValue rate, bool usable = true,
-                         ModeValue stretched = kNone) {
-    return ListedMode{{w, V(48), bits, rate}, usable, stretched};
-  };
-  const auto at = [](unsigned bits, unsigned hertz) {
-    return DisplayMode{64, 48, bits, false, hertz};
-  };
-  const std::optional<DisplayMode> none, k60 = at(16, 60);
   const ModeValue w = V(64), b = V(16), r = V(60);
+  const std::optional<DisplayMode> none, m{{64, 48, 16, false, 60}};
   // clang-format off
   const std::vector<std::pair<ListedMode, std::optional<DisplayMode>>> cases = {
-      {listed(w, b, r), k60}, {listed(w, V(8), r), none}, {listed(w, V(9), r), at(9, 60)},
-      {listed(w, b, r, false), none}, {listed(w, b, r, true, V(1)), none},
-      {listed(w, b, r, true, V(0)), k60}, {listed(w, kNone, r), none}, {listed(kNone, b, r), none},
-      {listed(kNaN, b, r), none}, {listed(w, b, V(59.94)), at(16, 59)}, {listed(w, b, V(0)), k60},
-      {listed(w, b, V(-5)), k60}, {listed(w, b, V(std::nan(""))), k60}, {listed(w, b, kNone), k60}};
+      {Listed(w, b, r), m}, {Listed(w, V(8), r), none}, {Listed(w, V(9), r), {{64, 48, 9, false, 60}}},
+      {Listed(w, b, r, false), none}, {Listed(w, b, r, true, V(1)), none},
+      {Listed(w, b, r, true, V(0)), m}, {Listed(w, kNone, r), none}, {Listed(kNone, b, r), none},
+      {Listed(kNaN, b, r), none}, {Listed(w, b, V(59.94)), {{64, 48, 16, false, 59}}},
+      {Listed(w, b, V(0)), m}, {Listed(w, b, V(-5)), m}, {Listed(w, b, V(std::nan(""))), m},
+      {Listed(w, b, kNone), m}};
   // clang-format on
   ScriptedPlatform platform;
-  platform.displays = {{1, {}, std::vector<ListedMode>{listed(w, V(9), r)}},
-                       {2, {}, std::vector<ListedMode>{}}};
+  platform.displays = {{1, {}, std::vector<ListedMode>{Listed(w, V(9), r)}},
+                       {2, {}, std::vector<ListedMode>{}},
+                       {4, {}, std::nullopt}};
   std::vector<DisplayMode> expected;
   for (const auto& [mode, offered] : cases) {
     platform.displays[1].modes->push_back(mode);
     if (offered) expected.push_back(*offered);
   }
-  DeviceDescription description{};
-  description.displayId = 2;
-  std::vector<DisplayMode> modes;
-  EXPECT_TRUE(IOpenGL().EnumerateDisplayModes(description, Support::CollectInto, &modes));
-  EXPECT_EQ(modes, expected);
-  platform.displays = {{2, {}, std::nullopt}};
-  for (unsigned display : {1, 2}) {
+  for (unsigned display : {2, 3, 4}) {
     Support::LogCapture log;
+    DeviceDescription description{};
     description.displayId = display;
-    EXPECT_FALSE(IOpenGL().EnumerateDisplayModes(description, Support::CollectInto, &modes));
-    EXPECT_EQ(modes, expected);
-    EXPECT_EQ(log.Lines(),
-              std::vector<std::string>{"[kelo-agl] failed to detect available display modes.\n"});
+    std::vector<DisplayMode> modes;
+    const bool listed = IOpenGL().EnumerateDisplayModes(description, Support::CollectInto, &modes);
+    EXPECT_EQ(listed, display == 2);
+    EXPECT_EQ(modes, listed ? expected : std::vector<DisplayMode>{});
+    EXPECT_EQ(log.Lines(), listed ? std::vector<std::string>{}
+                                  : std::vector<std::string>{
+                                        "[kelo-agl] failed to detect available display modes.\n"});
   }
 }
 
@@ -190,10 +187,10 @@ TEST(DeviceLifecycle, ReleaseDeviceGivesBackItsDisplay) {
     unsigned long handle = 99;
     EXPECT_FALSE(device.SetDefaultDevice(description, handle));
     EXPECT_TRUE(handle == 99 && device.InitDevice(description, handle) && handle == 4);
-    if (taken) platform.CaptureDisplay(4);
+    platform.CaptureDisplay(taken ? 4 : 5);
     platform.CaptureDisplay(6);
-    EXPECT_TRUE(device.ReleaseDevice(handle));
-    EXPECT_TRUE(!platform.IsDisplayCaptured(4) && platform.IsDisplayCaptured(6));
+    EXPECT_TRUE(device.ReleaseDevice(handle) && !platform.IsDisplayCaptured(4) &&
+                platform.IsDisplayCaptured(6));
     EXPECT_TRUE(!platform.CurrentContext() &&
                 (!taken || ScriptedPlatform::Made(context).destroyed));
   }
