@@ -135,7 +135,8 @@ TEST(JpegHuffmanTablesSafe, RefusesTablesTheDecoderWouldLeave) {
 TEST(DecodeImage, LoadsWholeImagesOfSensibleSizeOnly) {
   // clang-format off
   const Cases cases = {
-      // Sizes: none, 0, 10^10 pixels, top-down, top-down too tall, the cap, one pixel more.
+      // Sizes: none, 0, 10^10 pixels, top-down, top-down too tall, the cap, one pixel more
+      // (also as a PSD whose bad matte goes unmentioned), and a JPEG refused first.
       {{}, 0}, {Bmp(0, 16), 0}, {Bmp(100000, 100000), 0}, {Bmp(3, -2), 2}, {Bmp(20000, -20000), 0},
       {Tga(8192, 8192), 8192}, {Tga(41605, 1613), 0}, {PsdOverTheCap(), 0}, {kShort256th, kHuffman},
       // The pixel's colour and alpha decide; so does the layout, and where the pixel is.
