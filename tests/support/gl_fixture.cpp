@@ -4,29 +4,25 @@
 #include <cstring>
 #include <ios>
 
+#include "kelo/colors.h"
+
 namespace Kelo::Support {
 
 SDL_Window* GLTest::window = nullptr;
 SDL_GLContext GLTest::context = nullptr;
 
+std::string Expected(const char* what) {
+  const char* value = std::getenv((std::string("KELO_EXPECT_") + what).c_str());
+  return value ? value : "";
+}
+
 ColorPath ExpectedColorPath() {
-  const char* path = std::getenv("KELO_EXPECT_COLOR_PATH");
-  if (!path) return ColorPath::Unknown;
-  if (!std::strcmp(path, "shader")) return ColorPath::Shader;
-  if (!std::strcmp(path, "arb_shader")) return ColorPath::ARBShader;
-  if (!std::strcmp(path, "arb_program")) return ColorPath::ARBProgram;
-  if (!std::strcmp(path, "combine")) return ColorPath::TextureCombine;
+  const std::string path = Expected("COLOR_PATH");
+  const char* const names[] = {"shader", "arb_shader", "arb_program", "combine"};
+  for (int i = 0; i < 4; ++i) {
+    if (path == names[i]) return static_cast<ColorPath>(i + 1);
+  }
   return ColorPath::Unknown;
-}
-
-std::string ExpectedStorage() {
-  const char* storage = std::getenv("KELO_EXPECT_STORAGE");
-  return storage ? storage : "";
-}
-
-int ExpectedNonPowerOfTwo() {
-  const char* npot = std::getenv("KELO_EXPECT_NPOT");
-  return npot ? std::atoi(npot) : -1;
 }
 
 void RequestDeviceFramebuffer() {
@@ -42,31 +38,22 @@ void DrainGLErrors() {
   }
 }
 
-namespace {
-
 // SDL unloads the GL library with the last GL window or when its video
 // subsystem quits. Holding one reference and leaving the subsystem up keeps
 // Mesa loaded, so that the leak checker can still name the driver's own
 // allocations (which the suppressions file lists).
-void KeepGLLibraryLoaded() {
-  static const bool loaded = SDL_GL_LoadLibrary(nullptr) == 0;
-  (void)loaded;
-}
-
-}  // namespace
-
 void GLTest::SetUpTestSuite() {
   ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
-  KeepGLLibraryLoaded();
+  static const bool loaded = SDL_GL_LoadLibrary(nullptr) == 0;
+  (void)loaded;
   RequestDeviceFramebuffer();
   window = SDL_CreateWindow("kelo-test", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
   ASSERT_NE(window, nullptr) << SDL_GetError();
   context = SDL_GL_CreateContext(window);
   ASSERT_NE(context, nullptr) << SDL_GetError();
-  const char* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-  ASSERT_NE(renderer, nullptr);
   // Pixels and capability paths are only known on Mesa's software renderer.
-  ASSERT_NE(std::strstr(renderer, "llvmpipe"), nullptr) << "GL_RENDERER is " << renderer;
+  const char* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  ASSERT_NE(std::strstr(renderer ? renderer : "", "llvmpipe"), nullptr) << renderer;
 }
 
 void GLTest::TearDownTestSuite() {
@@ -88,6 +75,24 @@ void GLTest::TearDown() {
   const GLenum error = glGetError();
   EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR)) << "GL error 0x" << std::hex << error;
   DrainGLErrors();
+}
+
+void DeviceTest::SetUp() {
+  GLTest::SetUp();
+  device.currentMode = {kWidth, kHeight, 32, true, 60};
+  device.InitGL(kWidth, kHeight);
+  DrainGLErrors();
+  if (!VRAMManager) VRAMManager = new OGLVRAM;
+  ASSERT_TRUE(VRAMManager->Init());
+  device.SetColor(WHITE, 1.0f);
+  device.Clear(BLACK);
+}
+
+void DeviceTest::TearDown() {
+  for (unsigned long shape : shapes) device.ReleaseShape(shape);
+  for (unsigned long texture : textures) device.ReleaseTexture(texture);
+  device.ReleaseGL();
+  GLTest::TearDown();
 }
 
 }  // namespace Kelo::Support
