@@ -20,13 +20,12 @@ const Rgba kBlack{0, 0, 0, 255}, kRed{255, 0, 0, 255}, kBlue{0, 0, 255, 255};
 // Texture coordinates with t <= 0, which stored and unstored strips agree on.
 const Points kFlippedTexcoords = {{0, 0}, {1, 0}, {0, -1}, {1, -1}};
 
-// A strip over the framebuffer's height from x = left to x = right.
 Points Band(float left, float right) {
   return {{left, -32}, {right, -32}, {left, 32}, {right, 32}};
 }
+const Points kBand = Band(-32, 32);
 
-// A strip of `count` vertices whose last four span the 16-pixel square at
-// (x, y); those before lie on its corner.
+// A strip whose last four vertices span the 16-pixel square at (x, y).
 Points Square(float x, float y, int count) {
   Points points;
   for (int i = 4 - count; i < 4; ++i) {
@@ -41,7 +40,6 @@ Bytes BytesOf(const T (&vertices)[N]) {
   return Bytes(first, first + sizeof vertices);
 }
 
-// The bytes of a shape's block, wherever the back-end keeps them.
 Bytes StoredBytes(unsigned long handle) {
   const OGLVRAM::HVRAM_Desc& block = reinterpret_cast<IOpenGLShape*>(handle)->block->data;
   if (VRAMManager->init == &ram_init) {
@@ -56,6 +54,15 @@ Bytes StoredBytes(unsigned long handle) {
   // The next copy must bind its block's buffer itself.
   gl::BindBufferARB(GL_ARRAY_BUFFER, 0);
   return bytes;
+}
+
+// The checker drawn upright over the whole framebuffer.
+void ExpectCheckerUpright() {
+  for (int i = 0; i < 4; ++i) {
+    const unsigned char* texel = Support::kCheckerTexels + 4 * i;
+    EXPECT_PIXEL_NEAR(16 + 32 * (i % 2), 16 + 32 * (i / 2),
+                      (Rgba{texel[0], texel[1], texel[2], 255}), 0);
+  }
 }
 
 class ShapesTest : public Support::DeviceTest {
@@ -83,31 +90,32 @@ protected:
 
 // SetColor's opacity byte stays in the current colour after the draw.
 TEST_F(ShapesTest, StoredShapesAreTintedByTheColourPathAndKeepTheCurrentColour) {
-  const std::vector<Color> colours(4, Color{200, 100, 50});
-  ASSERT_TRUE(device.CreateShape(shapes.emplace_back(), SHAPE_TRIANGLE_STRIP, 4, colours.data(),
-                                 1.0f, Band(-32, 32).data()));
+  const unsigned long shape = Store(kBand, {200, 100, 50});
   device.SetColor({255, 128, 255}, 0.5f);
-  Draw({shapes[0]});
-  // The texture-combine path tints only while a texture is enabled; llvmpipe
-  // rounds the product of two colours either way.
+  Draw({shape});
+  // Texture combining tints only while a texture is enabled.
   const bool tinted = Support::ExpectedColorPath() != ColorPath::TextureCombine;
   EXPECT_PIXEL_NEAR(32, 32, (tinted ? Rgba{200, 50, 50, 255} : Rgba{200, 100, 50, 255}), 1);
-  EXPECT_EQ(State<GLfloat>(GL_CURRENT_COLOR, 4),
+  EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
             (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
 }
 
 // Inside a batch, opacity blends and pixels under any clip, two included,
-// stay open for every draw; afterwards neither holds.
+// stay open for every draw; afterwards neither holds. Clear empties the
+// stencil of earlier clips.
 TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
   const unsigned long clips[] = {Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)};
-  const unsigned long blue = Store(Band(-32, 32), BLUE), red = Store(Band(-32, 32), RED, 0.5f);
+  const unsigned long blue = Store(kBand, BLUE), red = Store(kBand, RED, 0.5f);
+  glClearStencil(1);
+  glClear(GL_STENCIL_BUFFER_BIT);
+  glClearStencil(0);
+  device.Clear(BLACK);
   device.BeginShapeBatch();
   for (unsigned long clip : clips) {
     device.SelectShape(clip);
     device.ClipShape();
   }
   Draw({blue, red});
-  // 127/255 of red over blue; llvmpipe's blending rounds either way.
   for (int x : {4, 20, 36}) EXPECT_PIXEL_NEAR(x, 32, (Rgba{127, 0, 128, 255}), 1);
   EXPECT_PIXEL_NEAR(52, 32, kBlack, 0);
   device.EndShapeBatch();
@@ -120,20 +128,20 @@ TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
 // program and the fixed pipeline apply.
 TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   const ColorPath path = Support::ExpectedColorPath();
-  const unsigned long strip = Store(Band(-32, 32), WHITE, 1.0f, kFlippedTexcoords);
+  const unsigned long strip = Store(kBand, WHITE, 1.0f, kFlippedTexcoords);
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
   BeginTextureBatch(Support::kCheckerTexels, 2);
   if (path != ColorPath::TextureCombine) {
     Draw({strip});
-    Support::ExpectCheckerUpright();
+    ExpectCheckerUpright();
   }
   if (path == ColorPath::ARBProgram || path == ColorPath::TextureCombine) {
     device.Clear(BLACK);
-    const std::vector<GLfloat> matrix = State<GLfloat>(GL_TEXTURE_MATRIX, 16);
+    const std::vector<GLfloat> matrix = State(GL_TEXTURE_MATRIX, 16);
     glDisableClientState(GL_VERTEX_ARRAY);
-    device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(-32, 32).data(), kFlippedTexcoords.data());
-    Support::ExpectCheckerUpright();
-    EXPECT_EQ(State<GLfloat>(GL_TEXTURE_MATRIX, 16), matrix) << "the mirror is popped again";
+    device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, kBand.data(), kFlippedTexcoords.data());
+    ExpectCheckerUpright();
+    EXPECT_EQ(State(GL_TEXTURE_MATRIX, 16), matrix) << "the mirror is popped again";
     EXPECT_FALSE(glIsEnabled(GL_TEXTURE_COORD_ARRAY));
     glMatrixMode(GL_MODELVIEW);
   }
@@ -141,22 +149,21 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   Draw({strip});
   EXPECT_PIXEL_NEAR(16, 16, (Rgba{255, 255, 255, 255}), 0);
   device.BeginTextureBatch(0);
-  EXPECT_EQ(State<GLint>(GL_TEXTURE_BINDING_2D, 1)[0], 0);
+  EXPECT_EQ(State(GL_TEXTURE_BINDING_2D, 1)[0], 0);
   device.EndTextureBatch();
   EXPECT_EQ(device.GetWidthTexture(0) + device.GetHeightTexture(0), 0);
 }
 
-// The points take the current colour (the shader paths multiply it by the
-// white tint the stored draw handed over).
+// The shader paths multiply the current colour by the tint last handed over.
 TEST_F(ShapesTest, AnUnstoredShapeDrawsTheHostsPointsAfterAStoredDraw) {
   Draw({Store(Band(-32, 0), RED, 1.0f, kFlippedTexcoords)});
-  const GLint bound = State<GLint>(GL_ARRAY_BUFFER_BINDING, 1)[0];
+  const GLint bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
   device.SetColor(YELLOW, 1.0f);
   glDisableClientState(GL_VERTEX_ARRAY);
   device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
   EXPECT_PIXEL_NEAR(48, 32, (Rgba{255, 255, 0, 255}), 0);
   EXPECT_PIXEL_NEAR(16, 32, kRed, 0);
-  EXPECT_EQ(State<GLint>(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
+  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
   EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
   EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
@@ -180,17 +187,15 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   EXPECT_EQ(StoredBytes(handle), BytesOf(expected));
 }
 
-// Stored draws keep the vertex pointers and the tint they last set while
-// OpenGL still shows them. Whatever happens between two draws, each shape must
-// show in its own place in the current colour (white vertices under a white
-// texture take the tint on every colour path), with the arrays on and off as
-// glInterleavedArrays leaves them.
+// Stored draws keep the pointers and the tint they last set while OpenGL still
+// shows them. Whatever happens between, each shape must show in its place in
+// the current colour, with the arrays on and off as glInterleavedArrays leaves
+// them. White under a white texture takes the tint on every colour path.
 TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
   const unsigned char white[] = {255, 255, 255, 255};
   const unsigned long texture = BeginTextureBatch(white, 1);
-  // In storage order: textured, coloured, textured five and a half vertices
-  // after the first, textured four vertices after that, and one more than a
-  // buffer holds, warned about and stored whole in a buffer of its own.
+  // In storage order: textured, coloured, textured 5.5 vertices after the
+  // first, textured 4 vertices after that, coloured and larger than a buffer.
   const Point places[] = {{-32, -32}, {-16, -32}, {0, -32}, {16, -32}, {-32, 0}};
   const int counts[] = {4, 3, 4, 4, 180000};
   unsigned long s[5];
@@ -238,19 +243,14 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
   device.EndTextureBatch();
 }
 
-TEST_F(ShapesTest, RefusesWhatItCannotStoreAndIgnoresWhatIsNotThere) {
-  const Points quad = Band(-32, 32);
+TEST_F(ShapesTest, RefusesABadKindAndShapesWithoutStorage) {
+  const Point* quad = kBand.data();
   unsigned long handle = 12345;
-  EXPECT_FALSE(device.CreateShape(handle, SHAPE_TYPE(4), 4, RED, 1.0f, quad.data(), nullptr));
-  device.SelectShape(0);
-  device.DrawShape();
-  device.ClipShape();
-  device.DrawShape(SHAPE_TYPE(4), 4, quad.data(), nullptr);
-  EXPECT_FALSE(glIsEnabled(GL_STENCIL_TEST));
+  EXPECT_FALSE(device.CreateShape(handle, SHAPE_TYPE(4), 4, RED, 1.0f, quad, nullptr));
+  device.DrawShape(SHAPE_TYPE(4), 4, quad, nullptr);
   EXPECT_PIXEL_NEAR(32, 32, kBlack, 0);
   device.ReleaseGL();
-  EXPECT_FALSE(device.CreateShape(handle, SHAPE_LINES, 2, &RED, 1.0f, quad.data()))
-      << "no storage before a display mode is set";
+  EXPECT_FALSE(device.CreateShape(handle, SHAPE_LINES, 2, &RED, 1.0f, quad));
   EXPECT_EQ(handle, 12345u);
 }
 

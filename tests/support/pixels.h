@@ -35,20 +35,11 @@ inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
 constexpr unsigned char kCheckerTexels[] = {255, 0, 0,   255, 0,   255, 0,   255,
                                             0,   0, 255, 255, 255, 255, 255, 255};
 
+}  // namespace Kelo::Support
+
 #define EXPECT_PIXEL_NEAR(x, y, expected, tolerance)                                             \
   do {                                                                                           \
     const ::Kelo::Support::Rgba kActual = ::Kelo::Support::ReadPixel((x), (y));                  \
     EXPECT_TRUE(::Kelo::Support::NearRgb(kActual, (expected), (tolerance)))                      \
         << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << (expected); \
   } while (0)
-
-// The checker drawn upright over the whole 64 x 64 framebuffer.
-inline void ExpectCheckerUpright() {
-  for (int i = 0; i < 4; ++i) {
-    const unsigned char* texel = kCheckerTexels + 4 * i;
-    EXPECT_PIXEL_NEAR(16 + 32 * (i % 2), 16 + 32 * (i / 2),
-                      (Rgba{texel[0], texel[1], texel[2], 255}), 0);
-  }
-}
-
-}  // namespace Kelo::Support
