@@ -88,16 +88,27 @@ protected:
   }
 };
 
-// SetColor's opacity byte stays in the current colour after the draw.
-TEST_F(ShapesTest, StoredShapesAreTintedByTheColourPathAndKeepTheCurrentColour) {
-  const unsigned long shape = Store(kBand, {200, 100, 50});
+// SetColor's opacity byte stays in the current colour after a stored draw.
+// The host's points are drawn in the current colour, which the shader paths
+// tint with the tint last handed over; texture combining tints stored shapes
+// only while a texture is enabled.
+TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
+  const ColorPath path = Support::ExpectedColorPath();
   device.SetColor({255, 128, 255}, 0.5f);
-  Draw({shape});
-  // Texture combining tints only while a texture is enabled.
-  const bool tinted = Support::ExpectedColorPath() != ColorPath::TextureCombine;
-  EXPECT_PIXEL_NEAR(32, 32, (tinted ? Rgba{200, 50, 50, 255} : Rgba{200, 100, 50, 255}), 1);
+  Draw({Store(Band(-32, 0), {200, 100, 50}, 1.0f, kFlippedTexcoords)});
   EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
             (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
+  const GLfloat bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
+  device.SetColor(YELLOW, 1.0f);
+  glDisableClientState(GL_VERTEX_ARRAY);
+  device.DrawShape(SHAPE_TYPE(4), 4, kBand.data(), nullptr);
+  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
+  const bool combine = path == ColorPath::TextureCombine, glsl = path < ColorPath::ARBProgram;
+  EXPECT_PIXEL_NEAR(16, 32, (combine ? Rgba{200, 100, 50, 255} : Rgba{200, 50, 50, 255}), 1);
+  EXPECT_PIXEL_NEAR(48, 32, (glsl ? Rgba{255, 128, 0, 255} : Rgba{255, 255, 0, 255}), 1);
+  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
+  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
+  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
 
 // Inside a batch, opacity blends and pixels under any clip, two included,
@@ -154,22 +165,9 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   EXPECT_EQ(device.GetWidthTexture(0) + device.GetHeightTexture(0), 0);
 }
 
-// The shader paths multiply the current colour by the tint last handed over.
-TEST_F(ShapesTest, AnUnstoredShapeDrawsTheHostsPointsAfterAStoredDraw) {
-  Draw({Store(Band(-32, 0), RED, 1.0f, kFlippedTexcoords)});
-  const GLint bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
-  device.SetColor(YELLOW, 1.0f);
-  glDisableClientState(GL_VERTEX_ARRAY);
-  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
-  EXPECT_PIXEL_NEAR(48, 32, (Rgba{255, 255, 0, 255}), 0);
-  EXPECT_PIXEL_NEAR(16, 32, kRed, 0);
-  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
-  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
-  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
-}
-
 // Every kind packs (s, t, r, g, b, a, x, y, z) with texture coordinates, and
-// (r, g, b, a, x, y) without; only textured strips store |t|.
+// (r, g, b, a, x, y) without; only textured strips store |t|. No other kind,
+// and nothing without storage, is stored.
 TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   const Points points = {{1.5f, -2.0f}, {3.0f, 4.0f}};
   for (SHAPE_TYPE type : {SHAPE_LINES, SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES}) {
@@ -185,6 +183,11 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   ASSERT_TRUE(device.CreateShape(handle, SHAPE_LINE_STRIP, 2, colours, 1.0f, points.data()));
   const ColouredVertex expected[] = {{1, 2, 3, 255, 1.5f, -2.0f}, {4, 5, 6, 255, 3.0f, 4.0f}};
   EXPECT_EQ(StoredBytes(handle), BytesOf(expected));
+  unsigned long refused = 0;
+  EXPECT_FALSE(device.CreateShape(refused, SHAPE_TYPE(4), 2, RED, 1.0f, points.data(), nullptr));
+  device.ReleaseGL();
+  EXPECT_FALSE(device.CreateShape(refused, SHAPE_LINES, 2, colours, 1.0f, points.data()));
+  EXPECT_EQ(refused, 0u);
 }
 
 // Stored draws keep the pointers and the tint they last set while OpenGL still
@@ -208,7 +211,6 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
             std::vector<std::string>{"[kelo-opengl] cannot allocate [2160000] bytes.\n"});
   const Point elsewhere[] = {{-32, 16}, {-31, 16}, {-32, 17}};
   const std::pair<const char*, std::function<void()>> cases[] = {
-      {"nothing but the colour", [] {}},
       {"an unstored draw", [&] { device.DrawShape(SHAPE_TRIANGLE_STRIP, 3, elsewhere, nullptr); }},
       {"the colour array off", [] { glDisableClientState(GL_COLOR_ARRAY); }},
       {"the texture coordinate array on", [] { glEnableClientState(GL_TEXTURE_COORD_ARRAY); }},
@@ -241,17 +243,6 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
     for (const Point& p : places) EXPECT_PIXEL_NEAR(p.x + 44, p.y + 44, kBlue, 0);
   }
   device.EndTextureBatch();
-}
-
-TEST_F(ShapesTest, RefusesABadKindAndShapesWithoutStorage) {
-  const Point* quad = kBand.data();
-  unsigned long handle = 12345;
-  EXPECT_FALSE(device.CreateShape(handle, SHAPE_TYPE(4), 4, RED, 1.0f, quad, nullptr));
-  device.DrawShape(SHAPE_TYPE(4), 4, quad, nullptr);
-  EXPECT_PIXEL_NEAR(32, 32, kBlack, 0);
-  device.ReleaseGL();
-  EXPECT_FALSE(device.CreateShape(handle, SHAPE_LINES, 2, &RED, 1.0f, quad));
-  EXPECT_EQ(handle, 12345u);
 }
 
 }  // namespace
