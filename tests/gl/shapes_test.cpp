@@ -25,15 +25,6 @@ Points Band(float left, float right) {
 }
 const Points kBand = Band(-32, 32);
 
-// A strip whose last four vertices span the 16-pixel square at (x, y).
-Points Square(float x, float y, int count) {
-  Points points;
-  for (int i = 4 - count; i < 4; ++i) {
-    points.push_back({x + 16.0f * (std::max(i, 0) % 2), y + 16.0f * (std::max(i, 0) / 2)});
-  }
-  return points;
-}
-
 template <typename T, std::size_t N>
 Bytes BytesOf(const T (&vertices)[N]) {
   const auto* first = reinterpret_cast<const unsigned char*>(vertices);
@@ -56,15 +47,6 @@ Bytes StoredBytes(unsigned long handle) {
   return bytes;
 }
 
-// The checker drawn upright over the whole framebuffer.
-void ExpectCheckerUpright() {
-  for (int i = 0; i < 4; ++i) {
-    const unsigned char* texel = Support::kCheckerTexels + 4 * i;
-    EXPECT_PIXEL_NEAR(16 + 32 * (i % 2), 16 + 32 * (i / 2),
-                      (Rgba{texel[0], texel[1], texel[2], 255}), 0);
-  }
-}
-
 class ShapesTest : public Support::DeviceTest {
 protected:
   unsigned long Store(const Points& points, const Color& colour, float alpha = 1.0f,
@@ -80,18 +62,11 @@ protected:
       device.DrawShape();
     }
   }
-  unsigned long BeginTextureBatch(const unsigned char* texels, unsigned size) {
-    unsigned long& texture = textures.emplace_back();
-    EXPECT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, texels, size, size));
-    device.BeginTextureBatch(texture);
-    return texture;
-  }
 };
 
-// SetColor's opacity byte stays in the current colour after a stored draw.
-// The host's points are drawn in the current colour, which the shader paths
-// tint with the tint last handed over; texture combining tints stored shapes
-// only while a texture is enabled.
+// The current colour keeps SetColor's opacity byte after a stored draw, and
+// draws the host's points, tinted on the GLSL paths with the last tint handed
+// over. Texture combining tints stored shapes only under a texture.
 TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
   const ColorPath path = Support::ExpectedColorPath();
   device.SetColor({255, 128, 255}, 0.5f);
@@ -111,9 +86,8 @@ TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
   EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
 
-// Inside a batch, opacity blends and pixels under any clip, two included,
-// stay open for every draw; afterwards neither holds. Clear empties the
-// stencil of earlier clips.
+// In a batch, opacity blends and pixels under any clip, two included, stay open
+// for every draw; afterwards neither holds. Clear empties earlier stencils.
 TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
   const unsigned long clips[] = {Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)};
   const unsigned long blue = Store(kBand, BLUE), red = Store(kBand, RED, 0.5f);
@@ -139,26 +113,27 @@ TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
 // program and the fixed pipeline apply.
 TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   const ColorPath path = Support::ExpectedColorPath();
+  const bool drawn[] = {path != ColorPath::TextureCombine, path >= ColorPath::ARBProgram};
   const unsigned long strip = Store(kBand, WHITE, 1.0f, kFlippedTexcoords);
+  unsigned long& checker = textures.emplace_back();
+  ASSERT_TRUE(device.CreateTexture(checker, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-  BeginTextureBatch(Support::kCheckerTexels, 2);
-  if (path != ColorPath::TextureCombine) {
-    Draw({strip});
-    ExpectCheckerUpright();
-  }
-  if (path == ColorPath::ARBProgram || path == ColorPath::TextureCombine) {
+  device.BeginTextureBatch(checker);
+  const std::vector<GLfloat> matrix = State(GL_TEXTURE_MATRIX, 16);
+  for (int unstored : {0, 1}) {
+    if (!drawn[unstored]) continue;
     device.Clear(BLACK);
-    const std::vector<GLfloat> matrix = State(GL_TEXTURE_MATRIX, 16);
     glDisableClientState(GL_VERTEX_ARRAY);
-    device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, kBand.data(), kFlippedTexcoords.data());
-    ExpectCheckerUpright();
-    EXPECT_EQ(State(GL_TEXTURE_MATRIX, 16), matrix) << "the mirror is popped again";
-    EXPECT_FALSE(glIsEnabled(GL_TEXTURE_COORD_ARRAY));
-    glMatrixMode(GL_MODELVIEW);
+    unstored ? device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, kBand.data(), kFlippedTexcoords.data())
+             : Draw({strip});
+    EXPECT_PIXEL_NEAR(16, 16, kRed, 0);
+    EXPECT_PIXEL_NEAR(48, 48, (Rgba{255, 255, 255, 255}), 0);
   }
+  EXPECT_EQ(State(GL_TEXTURE_MATRIX, 16), matrix) << "the mirror is popped again";
+  EXPECT_TRUE(!drawn[1] || !glIsEnabled(GL_TEXTURE_COORD_ARRAY));
   device.EndTextureBatch();
   Draw({strip});
-  EXPECT_PIXEL_NEAR(16, 16, (Rgba{255, 255, 255, 255}), 0);
+  EXPECT_PIXEL_NEAR(16, 48, (Rgba{255, 255, 255, 255}), 0);
   device.BeginTextureBatch(0);
   EXPECT_EQ(State(GL_TEXTURE_BINDING_2D, 1)[0], 0);
   device.EndTextureBatch();
@@ -166,8 +141,7 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
 }
 
 // Every kind packs (s, t, r, g, b, a, x, y, z) with texture coordinates, and
-// (r, g, b, a, x, y) without; only textured strips store |t|. No other kind,
-// and nothing without storage, is stored.
+// (r, g, b, a, x, y) without; only strips store |t|. No other kind is stored.
 TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   const Points points = {{1.5f, -2.0f}, {3.0f, 4.0f}};
   for (SHAPE_TYPE type : {SHAPE_LINES, SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES}) {
@@ -195,15 +169,20 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
 // the current colour, with the arrays on and off as glInterleavedArrays leaves
 // them. White under a white texture takes the tint on every colour path.
 TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
-  const unsigned char white[] = {255, 255, 255, 255};
-  const unsigned long texture = BeginTextureBatch(white, 1);
+  unsigned long& texture = textures.emplace_back();
+  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels + 12, 1, 1));
+  device.BeginTextureBatch(texture);
   // In storage order: textured, coloured, textured 5.5 vertices after the
   // first, textured 4 vertices after that, coloured and larger than a buffer.
+  // Each is a strip whose last four vertices span a 16-pixel square.
   const Point places[] = {{-32, -32}, {-16, -32}, {0, -32}, {16, -32}, {-32, 0}};
   const int counts[] = {4, 3, 4, 4, 180000};
   unsigned long s[5];
   for (int i = 0; i < 5; ++i) {
-    const Points points = Square(places[i].x, places[i].y, counts[i]);
+    Points points;
+    for (int j = 4 - counts[i]; j < 4; ++j) {
+      points.push_back({places[i].x + 16 * (std::max(j, 0) % 2), places[i].y + 16 * (j > 1)});
+    }
     log.Clear();
     s[i] = Store(points, WHITE, 1.0f, i % 3 == 1 ? Points() : Points(points.size(), {0, 0}));
   }

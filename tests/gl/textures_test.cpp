@@ -8,7 +8,6 @@
 namespace Kelo {
 namespace {
 
-using Support::ImageKind;
 using Bytes = std::vector<unsigned char>;
 
 const bool kPowerOfTwoOnly = Support::Expected("NPOT") == "0";
@@ -25,8 +24,9 @@ protected:
     glGetTexImage(GL_TEXTURE_2D, 0, layout, GL_UNSIGNED_BYTE, texels.data());
     return texels;
   }
-  std::string Write(const char* name, int width, int height, int channels, const Bytes& pixels) {
-    return Support::WriteImage(folder, name, ImageKind::Png, width, height, channels, pixels);
+  // A 2 x 2 PNG file.
+  std::string Write(const char* name, int channels, const Bytes& pixels) {
+    return Support::WriteImage(folder, name, Support::ImageKind::Png, 2, 2, channels, pixels);
   }
   Support::TempFolder folder;
 };
@@ -88,32 +88,27 @@ TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
   }
 }
 
-// Files keep their channels.
-TEST_F(TexturesTest, AColourKeyClearsAlphaOnExactMatchesOfFourChannelFiles) {
+// Files keep their channels; missing and corrupt ones fail, yet hand out a
+// handle.
+TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly) {
   const Bytes rgba = {0xFF, 0x00, 0xFF, 0x80, 0xFF, 0x00, 0xFE, 0x80,
                       0x10, 0x20, 0x30, 0xFF, 0xFF, 0x00, 0xFF, 0xFF};
-  const Bytes rgb = {0xFF, 0x00, 0xFF, 0xFF, 0x00, 0xFE, 0x10, 0x20, 0x30, 0xFF, 0x00, 0xFF};
   unsigned long plain = 0, keyed = 0, opaque = 0;
-  const std::string path = Write("keyed.png", 2, 2, 4, rgba);
+  const std::string path = Write("keyed.png", 4, rgba);
   ASSERT_TRUE(device.CreateTexture(plain, path.c_str()));
   EXPECT_EQ(Texels(plain, GL_RGBA, 4), rgba);
   ASSERT_TRUE(device.CreateTexture(keyed, path.c_str(), FUCHSIA));
   Bytes expected = rgba;
   expected[3] = expected[15] = 0;
   EXPECT_EQ(Texels(keyed, GL_RGBA, 4), expected);
-  ASSERT_TRUE(device.CreateTexture(opaque, Write("opaque.png", 2, 2, 3, rgb).c_str(), FUCHSIA));
+  ASSERT_TRUE(device.CreateTexture(opaque, Write("opaque.png", 3, rgba).c_str(), FUCHSIA));
   EXPECT_EQ(Texels(opaque, GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
-}
-
-// A failed create still hands out a handle.
-TEST_F(TexturesTest, BadFilesFailCleanly) {
-  const std::string corrupt = folder.Path("corrupt.png");
-  std::ofstream(corrupt) << "\x89PNG\r\n\x1a\n not really";
-  for (const std::string& path : {folder.Path("missing.png"), corrupt}) {
-    unsigned long &plain = textures.emplace_back(), &keyed = textures.emplace_back();
-    EXPECT_FALSE(device.CreateTexture(plain, path.c_str()) ||
-                 device.CreateTexture(keyed, path.c_str(), BLACK));
-    EXPECT_NE(plain, 0u);
+  std::ofstream(folder.Path("corrupt.png")) << "\x89PNG\r\n\x1a\n not really";
+  for (const char* name : {"missing.png", "corrupt.png"}) {
+    unsigned long &failed = textures.emplace_back(), &failedKeyed = textures.emplace_back();
+    EXPECT_FALSE(device.CreateTexture(failed, folder.Path(name).c_str()) ||
+                 device.CreateTexture(failedKeyed, folder.Path(name).c_str(), BLACK));
+    EXPECT_NE(failed, 0u);
   }
   EXPECT_TRUE(device.ReleaseTexture(0));
 }

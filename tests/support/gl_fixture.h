@@ -47,7 +47,6 @@ protected:
     if (SDL_GL_GetCurrentContext() == context) SDL_GL_MakeCurrent(window, nullptr);
     SDL_GL_DeleteContext(context);
     SDL_DestroyWindow(window);
-    context = nullptr;
   }
   void SetUp() override {
     ASSERT_NE(context, nullptr);

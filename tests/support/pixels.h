@@ -24,22 +24,19 @@ inline Rgba ReadPixel(int x, int y) {
   return {p[0], p[1], p[2], p[3]};
 }
 
-// Alpha is not compared: the framebuffer may have none.
-inline bool NearRgb(const Rgba& actual, const Rgba& expected, int tolerance) {
-  return std::abs(actual.r - expected.r) <= tolerance &&
-         std::abs(actual.g - expected.g) <= tolerance &&
-         std::abs(actual.b - expected.b) <= tolerance;
-}
-
 // A 2 x 2 RGBA texture, bottom row first: red, green; blue, white.
 constexpr unsigned char kCheckerTexels[] = {255, 0, 0,   255, 0,   255, 0,   255,
                                             0,   0, 255, 255, 255, 255, 255, 255};
 
 }  // namespace Kelo::Support
 
-#define EXPECT_PIXEL_NEAR(x, y, expected, tolerance)                                             \
-  do {                                                                                           \
-    const ::Kelo::Support::Rgba kActual = ::Kelo::Support::ReadPixel((x), (y));                  \
-    EXPECT_TRUE(::Kelo::Support::NearRgb(kActual, (expected), (tolerance)))                      \
-        << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << (expected); \
+// Alpha is not compared: the framebuffer may have none.
+#define EXPECT_PIXEL_NEAR(x, y, expected, tolerance)                                        \
+  do {                                                                                      \
+    const ::Kelo::Support::Rgba kActual = ::Kelo::Support::ReadPixel((x), (y)),             \
+                                kWant = (expected);                                         \
+    EXPECT_TRUE(std::abs(kActual.r - kWant.r) <= (tolerance) &&                             \
+                std::abs(kActual.g - kWant.g) <= (tolerance) &&                             \
+                std::abs(kActual.b - kWant.b) <= (tolerance))                               \
+        << "pixel (" << (x) << ", " << (y) << ") is " << kActual << ", expected " << kWant; \
   } while (0)
