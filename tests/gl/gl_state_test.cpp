@@ -1,6 +1,3 @@
-#include <GL/gl.h>
-#include <GL/glext.h>
-
 #include "kelo/colors.h"
 #include "tests/support/gl_fixture.h"
 #include "tests/support/pixels.h"
@@ -45,7 +42,7 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   device.InitGL(32, 16);
   Support::DrainGLErrors();
   // clang-format off
-  const std::vector<std::pair<GLenum, GLfloat>> expected = {
+  const std::pair<GLenum, GLfloat> expected[] = {
       {GL_MULTISAMPLE, 1}, {GL_POINT_SMOOTH, 1}, {GL_LINE_SMOOTH, 1}, {GL_BLEND, 0},
       {GL_SCISSOR_TEST, 0}, {GL_STENCIL_TEST, 0}, {GL_DEPTH_TEST, 0}, {GL_TEXTURE_2D, 0},
       {GL_SHADE_MODEL, GL_SMOOTH}, {GL_DEPTH_FUNC, GL_LEQUAL}, {GL_BLEND_SRC, GL_SRC_ALPHA},
@@ -54,9 +51,8 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
       {GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST}, {GL_MATRIX_MODE, GL_MODELVIEW},
       {GL_DEPTH_CLEAR_VALUE, 1}};
   // clang-format on
-  std::vector<std::pair<GLenum, GLfloat>> actual;
-  for (const auto& [name, value] : expected) actual.emplace_back(name, State(name, 1)[0]);
-  EXPECT_EQ(actual, expected);
+  for (const auto& [name, value] : expected)
+    EXPECT_EQ(State(name, 1)[0], value) << std::hex << name;
   EXPECT_EQ(State(GL_DEPTH_RANGE, 2), (Floats{1, 0}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
   const Floats projection = State(GL_PROJECTION_MATRIX, 16);
@@ -67,8 +63,9 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
 
 // The camera puts the origin at the centre with y up; the world transform is
 // the row-major 2 x 3 matrix and replaces the last one; the view transform is
-// only recorded.
-TEST_F(TransformsTest, PlaceWhatIsDrawn) {
+// only recorded. The viewport and the scissor box take the top-left rectangle
+// flipped against the mode's height.
+TEST_F(TransformsTest, PlaceWhatIsDrawnAndFlipTheViewport) {
   const struct {
     Matrix world;
     float box[4];
@@ -88,10 +85,6 @@ TEST_F(TransformsTest, PlaceWhatIsDrawn) {
   }
   EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
             (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));
-}
-
-// Both take the top-left rectangle flipped against the mode's height.
-TEST_F(TransformsTest, ViewportAndScissorBoxFlip) {
   device.currentMode.height = 80;
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));

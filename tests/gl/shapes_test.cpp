@@ -201,7 +201,6 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 0);
          device.InitGL(kWidth, kHeight);
          device.SetColor(BLUE, 1.0f);
-         device.BeginTextureBatch(texture);
          Draw({s[4]});
          SDL_GL_MakeCurrent(window, context);
          SDL_GL_DeleteContext(second);

@@ -24,7 +24,6 @@ protected:
     glGetTexImage(GL_TEXTURE_2D, 0, layout, GL_UNSIGNED_BYTE, texels.data());
     return texels;
   }
-  // A 2 x 2 PNG file.
   std::string Write(const char* name, int channels, const Bytes& pixels) {
     return Support::WriteImage(folder, name, Support::ImageKind::Png, 2, 2, channels, pixels);
   }

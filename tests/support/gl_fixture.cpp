@@ -1,5 +1,6 @@
 #include "tests/support/gl_fixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,20 +12,19 @@ std::string Expected(const char* what) {
 }
 
 ColorPath ExpectedColorPath() {
-  const std::string path = Expected("COLOR_PATH");
-  const char* const names[] = {"shader", "arb_shader", "arb_program", "combine"};
-  for (int i = 0; i < 4; ++i) {
-    if (path == names[i]) return static_cast<ColorPath>(i + 1);
-  }
-  return ColorPath::Unknown;
+  const std::string names[] = {"", "shader", "arb_shader", "arb_program", "combine"};
+  const auto found = std::find(std::begin(names), std::end(names), Expected("COLOR_PATH"));
+  return found == std::end(names) ? ColorPath::Unknown : static_cast<ColorPath>(found - names);
 }
 
 void RequestDeviceFramebuffer() {
-  SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-  SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
-  SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 1);
-  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLEBUFFERS, 1);
-  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLESAMPLES, 2);
+  for (const auto& [attribute, value] : {std::pair{SDL_GL_DOUBLEBUFFER, 1},
+                                         {SDL_GL_DEPTH_SIZE, 0},
+                                         {SDL_GL_STENCIL_SIZE, 1},
+                                         {SDL_GL_MULTISAMPLEBUFFERS, 1},
+                                         {SDL_GL_MULTISAMPLESAMPLES, 2}}) {
+    SDL_GL_SetAttribute(attribute, value);
+  }
 }
 
 void DrainGLErrors() {
@@ -36,8 +36,7 @@ void DrainGLErrors() {
 // suppressions file lists: SDL would unload it with the last GL window.
 void GLTest::SetUpTestSuite() {
   ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
-  static const bool loaded = SDL_GL_LoadLibrary(nullptr) == 0;
-  (void)loaded;
+  [[maybe_unused]] static const bool loaded = SDL_GL_LoadLibrary(nullptr) == 0;
   RequestDeviceFramebuffer();
   window = SDL_CreateWindow("kelo-test", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
   ASSERT_NE(window, nullptr) << SDL_GetError();

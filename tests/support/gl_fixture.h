@@ -14,8 +14,7 @@
 
 namespace Kelo::Support {
 
-// What the CTest entry expects beside its Mesa overrides, from its
-// KELO_EXPECT_<what> variable; empty when it does not say.
+// KELO_EXPECT_<what>, set by the CTest entry beside its Mesa overrides, or "".
 std::string Expected(const char* what);
 enum class ColorPath { Unknown, Shader, ARBShader, ARBProgram, TextureCombine };
 ColorPath ExpectedColorPath();
@@ -27,7 +26,6 @@ void RequestDeviceFramebuffer();
 // Start-up leaves an error on purpose: Mesa refuses Apple's transform hint.
 void DrainGLErrors();
 
-// `count` values of a GL state.
 inline std::vector<GLfloat> State(GLenum name, int count) {
   std::vector<GLfloat> values(static_cast<size_t>(count));
   glGetFloatv(name, values.data());
@@ -63,8 +61,7 @@ protected:
   static inline SDL_GLContext context = nullptr;
 };
 
-// A device started as SetDisplayMode starts it, with a white current colour
-// and a black framebuffer; the log holds what start-up said.
+// A device started as SetDisplayMode starts it; the log holds what it said.
 class DeviceTest : public GLTest {
 protected:
   void SetUp() override {
