@@ -22,10 +22,8 @@ TEST_F(StartupTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
                                "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
   EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
   device.ReleaseGL();
-  GLint deleted = 0;
-  if (path == ColorPath::ARBProgram) {
-    deleted = !gl::IsProgramARB(device.program);
-  } else if (path != ColorPath::TextureCombine) {
+  GLint deleted = path == ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
+  if (path < ColorPath::ARBProgram) {
     reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
         "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
   }
@@ -33,12 +31,13 @@ TEST_F(StartupTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
   device.shaderFlags = {};
 }
 
-// Again on a context the host has changed, as after a resize: the viewport
-// follows the arguments, the camera the stored mode.
+// Again after the host changed the state: the viewport follows the arguments,
+// the camera the stored mode.
 TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
   glDisable(GL_MULTISAMPLE);
   glShadeModel(GL_FLAT);
+  glTranslatef(1, 0, 0);
   device.InitGL(32, 16);
   Support::DrainGLErrors();
   // clang-format off
@@ -57,8 +56,7 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
   const Floats projection = State(GL_PROJECTION_MATRIX, 16);
   EXPECT_EQ((Floats{projection[0], projection[5]}), (Floats{2.0f / kWidth, 2.0f / kHeight}));
-  EXPECT_EQ(State(GL_MODELVIEW_MATRIX, 16),
-            (Floats{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+  EXPECT_EQ(State(GL_MODELVIEW_MATRIX, 16)[12], 0.0f);
 }
 
 // The camera puts the origin at the centre with y up; the world transform is
@@ -66,22 +64,18 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
 // only recorded. The viewport and the scissor box take the top-left rectangle
 // flipped against the mode's height.
 TEST_F(TransformsTest, PlaceWhatIsDrawnAndFlipTheViewport) {
-  const struct {
-    Matrix world;
-    float box[4];
-    int inside[2], outside[2];
-  } cases[] = {{{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, {1, 1}, {62, 1}},
-               {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, {37, 39}, {32, 32}},
-               {{{2, 1, 0, 0, 1, 0}}, {1, 1, 2, 2}, {36, 33}, {33, 33}},
-               {{{1, 0, 0, 1, 2, 0}}, {1, 1, 2, 2}, {33, 36}, {33, 33}}};
-  for (const auto& c : cases) {
+  const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
+      {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
+      {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
+      {{{2, 1, 0, 1, 2, 0}}, {1, 1, 2, 2}, 36, 36, 33, 33}};
+  for (const auto& [world, box, inX, inY, outX, outY] : cases) {
     device.SetViewTransform(Matrix{{2, 3, 4, 5, 6, 7}});
-    device.SetWorldTransform(c.world);
-    device.SetWorldTransform(c.world);
+    device.SetWorldTransform(world);
+    device.SetWorldTransform(world);
     device.Clear(BLACK);
-    glRectf(c.box[0], c.box[1], c.box[2], c.box[3]);
-    EXPECT_PIXEL_NEAR(c.inside[0], c.inside[1], (Support::Rgba{255, 255, 255, 255}), 0);
-    EXPECT_PIXEL_NEAR(c.outside[0], c.outside[1], (Support::Rgba{0, 0, 0, 255}), 0);
+    glRectf(box[0], box[1], box[2], box[3]);
+    EXPECT_PIXEL_NEAR(inX, inY, (Support::Rgba{255, 255, 255, 255}), 0);
+    EXPECT_PIXEL_NEAR(outX, outY, (Support::Rgba{0, 0, 0, 255}), 0);
   }
   EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
             (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));

@@ -42,7 +42,6 @@ void GLTest::SetUpTestSuite() {
   ASSERT_NE(window, nullptr) << SDL_GetError();
   context = SDL_GL_CreateContext(window);
   ASSERT_NE(context, nullptr) << SDL_GetError();
-  // Pixels and capability paths are only known on Mesa's software renderer.
   const char* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
   ASSERT_NE(std::strstr(renderer ? renderer : "", "llvmpipe"), nullptr) << renderer;
 }

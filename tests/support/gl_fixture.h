@@ -4,9 +4,6 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "kelo/colors.h"
 #include "shapes/vram.h"
 #include "tests/support/log_capture.h"
