@@ -28,8 +28,7 @@ void RequestDeviceFramebuffer() {
 }
 
 void DrainGLErrors() {
-  while (glGetError() != GL_NO_ERROR) {
-  }
+  while (glGetError() != GL_NO_ERROR) continue;
 }
 
 // Mesa stays loaded for the leak checker to name its allocations, which the
