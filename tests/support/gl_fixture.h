@@ -4,22 +4,33 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <string>
+#include "kelo/colors.h"
+#include "shapes/vram.h"
+#include "tests/support/log_capture.h"
+#include "video/opengl_device.h"
 
 namespace Kelo::Support {
 
-// The colour path and storage back-end a CTest entry expects, from the
-// environment that entry sets beside its Mesa overrides.
+// KELO_EXPECT_<what>, set by the CTest entry beside its Mesa overrides, or "".
+std::string Expected(const char* what);
 enum class ColorPath { Unknown, Shader, ARBShader, ARBProgram, TextureCombine };
 ColorPath ExpectedColorPath();
-// "vbo", "ram", or empty when the entry does not say.
-std::string ExpectedStorage();
-// 1 or 0 when the entry says whether non-power-of-two textures exist, else -1.
-int ExpectedNonPowerOfTwo();
+inline std::string ExpectedStorage() { return Expected("STORAGE"); }
 
-// One SDL offscreen window with a current GL context on Mesa's llvmpipe,
-// shared by every test of a suite. Each test must leave no GL error behind
-// unless it declares that the operation under test leaves one.
+// The framebuffer any host must ask SDL for: one stencil bit, 2x multisampling.
+void RequestDeviceFramebuffer();
+
+// Start-up leaves an error on purpose: Mesa refuses Apple's transform hint.
+void DrainGLErrors();
+
+inline std::vector<GLfloat> State(GLenum name, int count) {
+  std::vector<GLfloat> values(static_cast<size_t>(count));
+  glGetFloatv(name, values.data());
+  return values;
+}
+
+// A window with a current GL context on llvmpipe, shared by a suite's tests;
+// none may leave a GL error behind.
 class GLTest : public ::testing::Test {
 public:
   static constexpr int kWidth = 64;
@@ -27,20 +38,49 @@ public:
 
 protected:
   static void SetUpTestSuite();
-  static void TearDownTestSuite();
-  void SetUp() override;
-  void TearDown() override;
+  static void TearDownTestSuite() {
+    if (SDL_GL_GetCurrentContext() == context) SDL_GL_MakeCurrent(window, nullptr);
+    SDL_GL_DeleteContext(context);
+    SDL_DestroyWindow(window);
+  }
+  void SetUp() override {
+    ASSERT_NE(context, nullptr);
+    SDL_GL_MakeCurrent(window, context);
+    DrainGLErrors();
+  }
+  void TearDown() override {
+    if (SDL_GL_GetCurrentContext() != context) return;
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    DrainGLErrors();
+  }
 
-  static SDL_Window* window;
-  static SDL_GLContext context;
+  static inline SDL_Window* window = nullptr;
+  static inline SDL_GLContext context = nullptr;
 };
 
-// Asks SDL for the framebuffer the device expects: one stencil bit and
-// 2x multisampling, as any host must before creating its window.
-void RequestDeviceFramebuffer();
+// A device started as SetDisplayMode starts it; the log holds what it said.
+class DeviceTest : public GLTest {
+protected:
+  void SetUp() override {
+    GLTest::SetUp();
+    device.currentMode = {kWidth, kHeight, 32, true, 60};
+    device.InitGL(kWidth, kHeight);
+    DrainGLErrors();
+    if (!VRAMManager) VRAMManager = new OGLVRAM;
+    ASSERT_TRUE(VRAMManager->Init());
+    device.SetColor(WHITE, 1.0f);
+    device.Clear(BLACK);
+  }
+  void TearDown() override {
+    for (unsigned long shape : shapes) device.ReleaseShape(shape);
+    for (unsigned long texture : textures) device.ReleaseTexture(texture);
+    device.ReleaseGL();
+    GLTest::TearDown();
+  }
 
-// Clears every pending GL error. Start-up leaves one on purpose: Mesa refuses
-// the Apple-only transform hint.
-void DrainGLErrors();
+  IOpenGL device;
+  LogCapture log;
+  std::vector<unsigned long> shapes, textures;  // released after the test
+};
 
 }  // namespace Kelo::Support
