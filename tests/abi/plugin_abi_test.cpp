@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -60,21 +59,6 @@ TEST(InterfaceTable, KeepsTheSlotOrderHostsCallBy) {
   }
 }
 
-class PluginTest : public ::testing::Test {
-protected:
-  void SetUp() override {
-    library = dlopen(KELO_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(library, nullptr) << dlerror();
-    create = reinterpret_cast<CreateVideoFunction>(dlsym(library, "CreateVideo"));
-    ASSERT_NE(create, nullptr) << dlerror();
-  }
-  void TearDown() override {
-    if (library) dlclose(library);
-  }
-  void* library = nullptr;
-  CreateVideoFunction create = nullptr;
-};
-
 // Hosts are built against these values, so they are part of the table.
 TEST(InterfaceValues, KeepTheirNumbers) {
   EXPECT_EQ(
@@ -82,33 +66,6 @@ TEST(InterfaceValues, KeepTheirNumbers) {
                         SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES, IMAGE_UNKNOWN,
                         IMAGE_L8, IMAGE_A8, IMAGE_L8A8, IMAGE_RGB888, IMAGE_RGBA8888}),
       (std::vector<int>{3, 0, 1, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5}));
-}
-
-TEST_F(PluginTest, ExportsOnlyCreateVideo) {
-  // Internal names stay hidden; a host can't bind to them by accident.
-  EXPECT_EQ(dlsym(library, "_ZN4Kelo7IOpenGL6InitGLEjj"), nullptr);
-  EXPECT_EQ(dlsym(library, "_ZN4Kelo16CurrentPlatformEv"), nullptr);
-}
-
-TEST_F(PluginTest, AHostDrivesTheDeviceThroughTheTableAlone) {
-  IVideo* video = create();
-  ASSERT_NE(video, nullptr);
-  IVideo* other = create();
-  EXPECT_NE(video, other) << "each call makes a new device";
-  delete other;
-
-  EXPECT_TRUE(video->Update());
-  EXPECT_TRUE(video->Release());
-  ASSERT_TRUE(video->Init());
-  EXPECT_FALSE(video->IsReady()) << "no context exists before a display mode is set";
-  DisplayMode mode{};
-  EXPECT_TRUE(video->GetDisplayMode(mode));
-  EXPECT_GT(mode.width * mode.height, 0u);
-  EXPECT_TRUE(mode.windowed);
-  EXPECT_EQ(mode.refreshRate, 60u) << "the offscreen display reports no rate";
-  video->BeginRender();
-  video->EndRender();
-  delete video;
 }
 
 }  // namespace
