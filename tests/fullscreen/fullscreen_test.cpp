@@ -1,9 +1,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <string>
 #include <tuple>
@@ -37,13 +35,6 @@ std::string Screens() {
   length += static_cast<int>(fread(screens + length, 1, sizeof screens - 1 - length, xrandr));
   pclose(xrandr);
   return std::string(screens, static_cast<std::size_t>(length));
-}
-
-std::string Expected(const DisplayMode& m) {
-  char screen[64];
-  std::snprintf(screen, sizeof screen, "%ux%u@%u, %ux%u@%u", m.width, m.height, m.refreshRate,
-                m.width, m.height, m.refreshRate);
-  return screen;
 }
 
 long ResidentKiB() {
@@ -81,7 +72,9 @@ protected:
   bool Windowed() { return device.SetDisplayMode(window, {kWidth, kHeight, 32, true, 60}, false); }
   void Enter(const DisplayMode& mode) {
     ASSERT_TRUE(device.SetDisplayMode(window, mode, false)) << mode;
-    EXPECT_EQ(Screens(), Expected(mode));
+    const std::string screen = std::to_string(mode.width) + "x" + std::to_string(mode.height) +
+                               "@" + std::to_string(mode.refreshRate);
+    EXPECT_EQ(Screens(), screen + ", " + screen);
     EXPECT_TRUE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
   }
   void ExpectDesktop() {

@@ -39,10 +39,7 @@ protected:
     platform.windows = {&window, &otherWindow};
     platform.contentSizes = {{&window, {200, 100}}, {&otherWindow, {50, 40}}};
     ASSERT_TRUE(device.Init());
-    DeviceDescription description{};
-    description.displayId = kDisplay;
-    unsigned long handle = 0;
-    device.InitDevice(description, handle);
+    device.displayId = kDisplay;
   }
   void TearDown() override {
     device.ReleaseDevice(kDisplay);
