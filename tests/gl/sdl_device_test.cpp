@@ -1,8 +1,5 @@
-#include <GL/gl.h>
-#include <SDL.h>
-#include <gtest/gtest.h>
-
-#include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "kelo/colors.h"
@@ -19,134 +16,111 @@ namespace {
 
 using Support::Rgba;
 
-// Lets SDL deliver what the window system sends back for a window change.
-void PumpEventsFor(int milliseconds) {
-  for (int waited = 0; waited < milliseconds; waited += 10) {
-    SDL_PumpEvents();
-    SDL_Delay(10);
-  }
-}
+constexpr int kSize = 48;
+const Point kWholeWindow[] = {{-kSize, -kSize}, {kSize, -kSize}, {-kSize, kSize}, {kSize, kSize}};
 
 // The device on the real SDL platform, as a host drives it: its own window,
-// and every context made by the device itself.
+// the device bound to the main display, every context made by the device.
 class SdlDeviceTest : public ::testing::Test {
 protected:
-  static constexpr unsigned kSize = 48;
-
   void SetUp() override {
     ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
     ASSERT_EQ(SDL_GL_LoadLibrary(nullptr), 0) << SDL_GetError();
     Support::RequestDeviceFramebuffer();
-    window = SDL_CreateWindow("kelo-sdl-test", 0, 0, kSize, kSize,
-                              SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
+    window = SDL_CreateWindow("kelo", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
     ASSERT_NE(window, nullptr) << SDL_GetError();
-    ASSERT_TRUE(device.Init());
     DeviceDescription main{};
-    ASSERT_TRUE(device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main));
     unsigned long handle = 0;
-    ASSERT_TRUE(device.InitDevice(main, handle));
+    ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main) &&
+                device.InitDevice(main, handle));
   }
   void TearDown() override {
     device.ReleaseDevice(0);
     SDL_DestroyWindow(window);
+    SDL_GL_ResetAttributes();
   }
-  bool Windowed() { return device.SetDisplayMode(window, {kSize, kSize, 32, true, 60}, false); }
+  bool Windowed(SDL_Window* target = nullptr) {
+    return device.SetDisplayMode(target ? target : window, {kSize, kSize, 32, true, 60}, false);
+  }
+  // Lets SDL deliver what the window system sends back for the change.
+  void Resize(int width, int height) {
+    SDL_SetWindowSize(window, width, height);
+    for (int i = 0; i < 10; ++i, SDL_Delay(10)) SDL_PumpEvents();
+  }
 
   SDL_Window* window = nullptr;
   IOpenGL device;
   Support::LogCapture log;
 };
 
-// Every call makes a new context that shares objects with the old one, so
-// shapes and textures made before still draw; the storage starts once.
 TEST_F(SdlDeviceTest, ObjectsMadeBeforeASecondModeStillDrawAfterIt) {
-  EXPECT_FALSE(device.IsReady());
   ASSERT_TRUE(Windowed()) << SDL_GetError();
-  ASSERT_NE(VRAMManager, nullptr);
-  OGLVRAM* storage = VRAMManager;
   unsigned long texture = 0, shape = 0;
-  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
-  const Point quad[] = {{-24, -24}, {24, -24}, {-24, 24}, {24, 24}};
   const Point corners[] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
-  ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1.0f, quad, corners));
-  SDL_GLContext first = SDL_GL_GetCurrentContext();
+  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
+  ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1, kWholeWindow, corners));
   ASSERT_TRUE(Windowed());
-  EXPECT_TRUE(device.IsReady());
-  EXPECT_NE(SDL_GL_GetCurrentContext(), first);
-  EXPECT_EQ(VRAMManager, storage);
-  int storageLines = 0;
-  for (const std::string& line : log.Lines()) {
-    storageLines += line.rfind("[kelo-opengl] Will use", 0) == 0;
-  }
-  EXPECT_EQ(storageLines, 1);
-  EXPECT_EQ(device.GetWidthTexture(texture), 2) << "the new context sees the texture";
   device.SetColor(WHITE, 1.0f);
   device.Clear(BLACK);
   device.SelectShape(shape);
   device.DrawShape();
-  EXPECT_PIXEL_NEAR(24, 24, (Rgba{255, 255, 255, 255}), 0);
+  EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Rgba{255, 255, 255, 255}), 0);
   // Texture combining spends the texture environment on the colour, so a
   // stored textured draw shows the texture only on the program paths.
   if (Support::ExpectedColorPath() != Support::ColorPath::TextureCombine) {
     device.BeginTextureBatch(texture);
     device.DrawShape();
     device.EndTextureBatch();
-    EXPECT_PIXEL_NEAR(12, 12, (Rgba{255, 0, 0, 255}), 0);
-    EXPECT_PIXEL_NEAR(36, 12, (Rgba{0, 255, 0, 255}), 0);
+    EXPECT_PIXEL_NEAR(kSize / 4, kSize / 4, (Rgba{255, 0, 0, 255}), 0);
   }
-  device.EndRender();
   device.ReleaseShape(shape);
   device.ReleaseTexture(texture);
 }
 
-TEST_F(SdlDeviceTest, OnlyASizeChangeRestartsOpenGLAtTheNewSize) {
+// A size change starts OpenGL up again at the new size on the current
+// context: start-up's own errors go, the host's stays for it to read. A move,
+// a destroyed device and a released one start nothing.
+TEST_F(SdlDeviceTest, OnlyASizeChangeRestartsOpenGLAndLeavesTheHostsErrorAlone) {
+  auto* gone = new IOpenGL;
+  gone->displayId = device.displayId;
+  ASSERT_TRUE(gone->SetDisplayMode(window, {kSize, kSize, 32, true, 60}, false));
+  delete gone;
   ASSERT_TRUE(Windowed());
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
   log.Clear();
   SDL_SetWindowPosition(window, 17, 23);
-  PumpEventsFor(100);
+  Resize(kSize, kSize);
   EXPECT_EQ(log.StartUps(), 0);
-  SDL_SetWindowSize(window, 40, 30);
-  PumpEventsFor(100);
-  EXPECT_EQ(log.StartUps(), 1);
-  GLint viewport[4];
-  glGetIntegerv(GL_VIEWPORT, viewport);
-  EXPECT_EQ(viewport[2], 40);
-  EXPECT_EQ(viewport[3], 30);
-  DisplayMode mode{};
-  device.GetDisplayMode(mode);
-  EXPECT_EQ(mode.width, kSize) << "the mode in use stays as requested";
-}
-
-TEST_F(SdlDeviceTest, ADestroyedDeviceHearsNoMoreWindowEvents) {
-  auto* gone = new IOpenGL;
-  ASSERT_TRUE(gone->Init());
-  gone->displayId = device.displayId;
-  ASSERT_TRUE(gone->SetDisplayMode(window, DisplayMode{kSize, kSize, 32, true, 60}, false));
-  // Destroyed without ReleaseDevice: its context stays current for the
-  // fixture's device to release.
-  delete gone;
-  log.Clear();
-  SDL_SetWindowSize(window, 30, 30);
-  PumpEventsFor(100);
-  EXPECT_EQ(log.StartUps(), 0);
-}
-
-TEST_F(SdlDeviceTest, ReleaseDeviceLeavesNoContextAndNoStorage) {
-  ASSERT_TRUE(Windowed());
+  const struct {
+    GLenum error;
+    void (*raise)();
+  } hosts[] = {{GL_NO_ERROR, [] {}},
+               {GL_INVALID_ENUM, [] { glEnable(0); }},
+               {GL_INVALID_VALUE, [] { glLineWidth(-1.0f); }},
+               {GL_INVALID_OPERATION, [] { glEnd(); }}};
+  for (const auto& host : hosts) {
+    const int width = 40 - static_cast<int>(&host - hosts) * 7;
+    log.Clear();
+    host.raise();
+    Resize(width, 30);
+    EXPECT_EQ(log.StartUps(), 1);
+    std::vector<GLint> viewport(4);
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    EXPECT_EQ(viewport, (std::vector<GLint>{0, 0, width, 30}));
+    const GLenum first = glGetError();
+    EXPECT_EQ(std::make_pair(first, glGetError()),
+              std::make_pair(host.error, static_cast<GLenum>(GL_NO_ERROR)));
+  }
+  EXPECT_EQ(device.currentMode.width, static_cast<unsigned>(kSize)) << "the mode stays";
   for (int i = 0; i < 2; ++i) {
     EXPECT_TRUE(device.ReleaseDevice(0));
-    EXPECT_EQ(SDL_GL_GetCurrentContext(), nullptr);
-    EXPECT_EQ(VRAMManager, nullptr);
-    EXPECT_FALSE(device.IsReady());
+    EXPECT_TRUE(SDL_GL_GetCurrentContext() == nullptr && VRAMManager == nullptr);
   }
-}
-
-TEST_F(SdlDeviceTest, RefusesAWindowThatIsGone) {
-  SDL_Window* gone = SDL_CreateWindow("gone", 0, 0, 8, 8, SDL_WINDOW_OPENGL);
-  SDL_DestroyWindow(gone);
-  EXPECT_FALSE(device.SetDisplayMode(gone, {8, 8, 32, true, 60}, false));
-  EXPECT_EQ(log.Lines(), std::vector<std::string>{"[kelo-agl] invalid window handle.\n"});
-  EXPECT_FALSE(device.IsReady());
+  log.Clear();
+  Resize(kSize, kSize);
+  EXPECT_EQ(log.StartUps(), 0);
+  ASSERT_TRUE(Windowed());
+  EXPECT_EQ(log.StartUps(), 1);
 }
 
 TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
@@ -154,7 +128,7 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
   ASSERT_TRUE(device.EnumerateDevices(DEV_SUBCLASS_NONE, Support::CollectInto<DeviceDescription>,
                                       &devices));
   ASSERT_EQ(static_cast<int>(devices.size()), SDL_GetNumVideoDisplays());
-  for (size_t i = 0; i < devices.size(); ++i) {
+  for (unsigned i = 0; i < devices.size(); ++i) {
     const char* name = SDL_GetDisplayName(static_cast<int>(i));
     EXPECT_STREQ(devices[i].name, name ? name : "Unknown video");
     EXPECT_EQ(devices[i].displayId, i + 1);
@@ -164,8 +138,7 @@ TEST_F(SdlDeviceTest, ListsTheDisplaysAndModesSDLReports) {
   for (int i = 0; i < SDL_GetNumDisplayModes(0); ++i) {
     SDL_DisplayMode mode;
     SDL_GetDisplayMode(0, i, &mode);
-    // Depth counts the bytes a pixel takes; the offscreen driver's one 0-bit
-    // mode is never offered.
+    // Depth is the bytes a pixel takes; 8 bits or less is never offered.
     const unsigned bits = SDL_BYTESPERPIXEL(mode.format) * 8u;
     if (bits <= 8) continue;
     expected.push_back({static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h), bits, false,
@@ -183,52 +156,128 @@ TEST_F(SdlDeviceTest, TheSeamAnswersOnlyForDisplaysSDLHas) {
     const bool known = display >= 1 && display <= count;
     SCOPED_TRACE(display);
     int index = -2;
-    EXPECT_EQ(seam.GraphicsDevice(display, index), known);
-    EXPECT_EQ(index, known ? static_cast<int>(display) - 1 : -1);
     std::vector<char> name;
-    EXPECT_EQ(seam.ModelName(display, name), known);
     std::vector<ListedMode> listed;
-    EXPECT_EQ(seam.DisplayModes(display, listed), known);
     DisplayMode best{};
     bool exact = false;
-    EXPECT_EQ(seam.BestModeWithRefreshRate(display, 32, 8, 8, 0.0, best, exact), known);
-    EXPECT_EQ(seam.BestMode(display, 32, 8, 8, best), known);
-    const int device = static_cast<int>(display) - 1;
-    void* format = seam.ChoosePixelFormat(&device, attributes);
-    EXPECT_EQ(format != nullptr, known);
-    if (format) seam.DestroyPixelFormat(format);
+    void* format = nullptr;
+    const std::vector<bool> answers{
+        seam.GraphicsDevice(display, index),
+        seam.ModelName(display, name),
+        seam.DisplayModes(display, listed),
+        seam.BestModeWithRefreshRate(display, 32, 8, 8, 0.0, best, exact),
+        seam.BestMode(display, 32, 8, 8, best),
+        seam.SwitchToMode(display, window, best),
+        (format = seam.ChoosePixelFormat(&index, attributes)) != nullptr};
+    EXPECT_EQ(answers, std::vector<bool>(answers.size(), known));
+    EXPECT_EQ(index, known ? static_cast<int>(display) - 1 : -1);
+    seam.DestroyPixelFormat(format);
     seam.CaptureDisplay(display);
     EXPECT_TRUE(seam.IsDisplayCaptured(display));
     seam.ReleaseDisplay(display);
     EXPECT_FALSE(seam.IsDisplayCaptured(display));
   }
-  int notAContext = 0;
-  EXPECT_FALSE(seam.MakeCurrent(&notAContext));
 }
 
-TEST_F(SdlDeviceTest, GoesFullScreenOnlyInAModeTheDisplayHasAndBack) {
+// The framebuffer asked for stays set for the windows the host makes later;
+// the context current before stays current until the device says otherwise.
+TEST_F(SdlDeviceTest, TheSeamMakesContextsAsAsked) {
+  SdlPlatform seam;
+  SDL_GLContext host = SDL_GL_CreateContext(window);
+  ASSERT_NE(host, nullptr) << SDL_GetError();
+  for (SDL_GLattr attribute : {SDL_GL_STENCIL_SIZE, SDL_GL_MULTISAMPLEBUFFERS,
+                               SDL_GL_MULTISAMPLESAMPLES, SDL_GL_ACCELERATED_VISUAL}) {
+    SDL_GL_SetAttribute(attribute, 0);
+  }
+  // clang-format off
+  const int attributes[] = {AGL_RGBA, AGL_NO_RECOVERY, AGL_DOUBLEBUFFER, AGL_ACCELERATED, AGL_WINDOW,
+      AGL_LEVEL, 0, AGL_DEPTH_SIZE, 0, AGL_STENCIL_SIZE, 1, AGL_SAMPLE_BUFFERS_ARB, 1,
+      AGL_SAMPLES_ARB, 2, AGL_MULTISAMPLE, AGL_PIXEL_SIZE, 32, AGL_NONE};
+  // clang-format on
+  void* format = seam.ChoosePixelFormat(nullptr, attributes);
+  int unknown = 0, accelerated = 0;
+  EXPECT_EQ(seam.CreateContext(format, window, &unknown), nullptr) << "shares only the current";
+  void* context = seam.CreateContext(format, window, host);
+  seam.DestroyPixelFormat(format);
+  ASSERT_NE(context, nullptr) << SDL_GetError();
+  EXPECT_EQ(SDL_GL_GetCurrentContext(), host);
+  SDL_GL_GetAttribute(SDL_GL_ACCELERATED_VISUAL, &accelerated);
+  EXPECT_EQ(accelerated, 1);
+  EXPECT_EQ(seam.ContextWindow(context), window);
+  EXPECT_TRUE(seam.AttachToWindow(context, nullptr));
+  EXPECT_FALSE(seam.MakeCurrent(context)) << "a detached context draws nowhere";
+  EXPECT_TRUE(seam.AttachToWindow(context, window) && seam.MakeCurrent(context));
+  EXPECT_EQ(SDL_GL_GetCurrentContext(), context);
+  EXPECT_TRUE(seam.MakeCurrent(nullptr));
+  EXPECT_EQ(SDL_GL_GetCurrentContext(), nullptr);
+  EXPECT_FALSE(seam.MakeCurrent(host) || seam.SetFullScreen(host, window));
+  EXPECT_STREQ(seam.LastError(), "not a context of this plug-in");
+  seam.DestroyContext(context);
+  EXPECT_FALSE(seam.OwnsContext(context) || seam.AttachToWindow(context, window));
+  SDL_Window* gone = SDL_CreateWindow("gone", 0, 0, 8, 8, SDL_WINDOW_OPENGL);
+  SDL_DestroyWindow(gone);
+  EXPECT_FALSE(seam.IsValidWindow(gone));
+  EXPECT_STREQ(seam.LastError(), "not a window of this process");
+  SDL_GL_DeleteContext(host);
+  SDL_Window* later = SDL_CreateWindow("later", 0, 0, 8, 8, SDL_WINDOW_OPENGL);
+  SDL_GLContext probe = SDL_GL_CreateContext(later);
+  GLint stencil = 0, samples = 0;
+  glGetIntegerv(GL_STENCIL_BITS, &stencil);
+  glGetIntegerv(GL_SAMPLES, &samples);
+  EXPECT_TRUE(stencil > 0 && samples > 0) << stencil << " stencil bits, samples " << samples;
+  SDL_GL_DeleteContext(probe);
+  SDL_DestroyWindow(later);
+}
+
+TEST_F(SdlDeviceTest, GoesFullScreenAtTheDesktopModeAndBackToTheWindowsSize) {
   SDL_DisplayMode desktop;
   ASSERT_EQ(SDL_GetDesktopDisplayMode(0, &desktop), 0);
   const unsigned bytes = SDL_BYTESPERPIXEL(desktop.format);
-  const unsigned bits = bytes ? bytes * 8 : 24;
-  const DisplayMode fullScreen{static_cast<unsigned>(desktop.w), static_cast<unsigned>(desktop.h),
-                               bits, false, 60};
+  const unsigned width = static_cast<unsigned>(desktop.w),
+                 height = static_cast<unsigned>(desktop.h);
   ASSERT_TRUE(Windowed());
-  SDL_GLContext windowed = SDL_GL_GetCurrentContext();
-  log.Clear();
-  DisplayMode unsupported = fullScreen;
-  unsupported.bitsPerPixel = 16;
-  EXPECT_FALSE(device.SetDisplayMode(window, unsupported, false));
-  EXPECT_EQ(log.Lines(),
-            std::vector<std::string>{"[kelo-agl] mode " + std::to_string(desktop.w) + "x" +
-                                     std::to_string(desktop.h) + "x16@60Hz not supported\n"});
-  EXPECT_EQ(SDL_GL_GetCurrentContext(), windowed);
-
-  ASSERT_TRUE(device.SetDisplayMode(window, fullScreen, false)) << SDL_GetError();
+  ASSERT_TRUE(device.SetDisplayMode(window, {width, height, bytes ? bytes * 8 : 24, false, 60}, 0));
   EXPECT_TRUE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
-  EXPECT_TRUE(device.IsReady());
   ASSERT_TRUE(Windowed());
-  EXPECT_FALSE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
+  int w = 0, h = 0;
+  SDL_GetWindowSize(window, &w, &h);
+  EXPECT_EQ(std::make_tuple(w, h, SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN),
+            std::make_tuple(kSize, kSize, 0u));
+}
+
+// The device's contexts are compatibility contexts whatever the host last
+// asked SDL for, and the host's request is put back.
+TEST_F(SdlDeviceTest, AHostsCoreProfileIsNotUsedAndTheFirstUnstoredDrawShowsTheColour) {
+  const std::pair<SDL_GLattr, int> hosts[] = {
+      {SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE},
+      {SDL_GL_CONTEXT_MAJOR_VERSION, 3},
+      {SDL_GL_CONTEXT_MINOR_VERSION, 3},
+      {SDL_GL_CONTEXT_FLAGS, SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG}};
+  for (auto [attribute, value] : hosts) SDL_GL_SetAttribute(attribute, value);
+  ASSERT_TRUE(Windowed()) << SDL_GetError();
+  device.Clear(BLACK);
+  device.SetColor(LIME, 1.0f);
+  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, kWholeWindow, nullptr);
+  EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Rgba{0, 255, 0, 255}), 0);
+  for (auto [attribute, value] : hosts) {
+    int now = -1;
+    SDL_GL_GetAttribute(attribute, &now);
+    EXPECT_EQ(now, value) << "attribute " << attribute;
+  }
+}
+
+TEST_F(SdlDeviceTest, AcceptsAWindowWhoseIdIsPast65536) {
+  ASSERT_TRUE(Windowed()) << "the device has seen the ids below";
+  for (Uint32 id = 0; id <= 65536;) {
+    SDL_Window* hidden = SDL_CreateWindow("id", 0, 0, 1, 1, SDL_WINDOW_HIDDEN);
+    ASSERT_NE(hidden, nullptr) << SDL_GetError();
+    id = SDL_GetWindowID(hidden);
+    SDL_DestroyWindow(hidden);
+  }
+  SDL_Window* late = SDL_CreateWindow("late", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL);
+  EXPECT_TRUE(Windowed(late));
+  device.ReleaseDevice(0);
+  SDL_DestroyWindow(late);
 }
 
 }  // namespace

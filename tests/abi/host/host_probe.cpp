@@ -1,9 +1,7 @@
-// A host as an engine build makes one: it is not linked to the host-framework
-// library, loads the plug-in from its folder with dlopen and drives it through
-// the interface alone. Built twice: once with a logger of its own, exported
-// from the executable, which must receive the plug-in's lines; once without,
-// when the framework's logger (found through the plug-in's run path) writes
-// them to stderr.
+// A host as an engine build makes one: linked to nothing of ours, it loads the
+// plug-in with dlopen and drives it through the interface alone. Built with a
+// logger of its own, exported, which must get the plug-in's lines, and without,
+// when the framework's logger (found through the plug-in's run path) writes them.
 #include <dlfcn.h>
 
 #include <cstdarg>
@@ -29,35 +27,31 @@ __attribute__((visibility("default"))) void Output(const char* format, ...) {
 }  // namespace Kelo::Log
 #endif
 
-int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: %s PLUGIN\n", argv[0]);
-    return 2;
-  }
+namespace {
+
+int Fail(const std::string& why) {
+  std::fprintf(stderr, "probe failed: %s\n", why.c_str());
+  return 1;
+}
+
+}  // namespace
+
+int main(int, char** argv) {
   void* plugin = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
-  if (!plugin) {
-    std::fprintf(stderr, "cannot load the plug-in: %s\n", dlerror());
-    return 1;
-  }
+  if (!plugin) return Fail(dlerror());
   auto create = reinterpret_cast<CreateVideoFunction>(dlsym(plugin, "CreateVideo"));
-  if (!create) {
-    std::fprintf(stderr, "the plug-in exports no CreateVideo\n");
-    return 1;
+  if (!create) return Fail("no CreateVideo");
+  // Internal names stay hidden, so that no host binds to them by accident.
+  if (dlsym(plugin, "_ZN4Kelo7IOpenGL6InitGLEjj") || dlsym(plugin, "_ZN4Kelo16CurrentPlatformEv")) {
+    return Fail("internal names are exported");
   }
   Kelo::IVideo* video = create();
-  const Kelo::DisplayMode windowed{64, 64, 32, true, 60};
   // No window: the device refuses the mode and says so in the log.
-  const bool accepted = video->SetDisplayMode(nullptr, windowed, false);
+  const bool accepted = video->SetDisplayMode(nullptr, {64, 64, 32, true, 60}, false);
   delete video;
-  if (accepted) {
-    std::fprintf(stderr, "a windowed mode without a window was accepted\n");
-    return 1;
-  }
+  if (accepted) return Fail("a windowed mode without a window was accepted");
 #ifdef KELO_PROBE_OWN_LOGGER
-  if (logged != "[kelo-agl] invalid window handle.\n") {
-    std::fprintf(stderr, "the host's own logger got \"%s\"\n", logged.c_str());
-    return 1;
-  }
+  if (logged != "[kelo-agl] invalid window handle.\n") return Fail("own logger got " + logged);
 #endif
   return 0;
 }
