@@ -69,10 +69,7 @@ TEST_F(VramTest, TheDesignsOutcomes) {
   const std::string oversized = "[kelo-opengl] cannot allocate [2000000] bytes.\n";
   // clang-format off
   const std::tuple<std::vector<unsigned long>, std::string, std::string> cases[] = {
-      {{240, 120, ~0ul}, "0:0+240* 0:240+120 0:360+1048216*", ""},
-      {{240, 120, ~0ul, ~1ul}, "0:0+1048576*", ""}, {{0}, "0:0+0 0:0+1048576*", ""},
-      {{600000, 400000, ~0ul, 700000},
-       "0:0+600000* 0:600000+400000 0:1000000+48576* 1:0+700000 1:700000+348576*", ""},
+      {{240, 120, ~0ul, ~1ul}, "0:0+1048576*", ""},
       {{kSize, kSize, 0}, "0:0+1048576 1:0+1048576 1:1048576+0", ""},
       {{kSize, 1000, ~0ul, ~1ul}, "0:0+1048576* 1:0+1048576*", ""},
       {{kOversized, 64},
