@@ -40,49 +40,47 @@ long ResidentKiB() {
 }
 
 // The device full screen on an X server that switches modes, drawing into a 320 x 240 window
-// that keeps its size there, as no window manager resizes it.
-class FullScreenTest : public ::testing::Test {
-protected:
-  static constexpr unsigned kWidth = 320, kHeight = 240;
-
-  void SetUp() override {
-    ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
-    ASSERT_STREQ(SDL_GetCurrentVideoDriver(), "x11");
-    Support::RequestDeviceFramebuffer();
-    window = SDL_CreateWindow("kelo-fullscreen", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
-    ASSERT_NE(window, nullptr) << SDL_GetError();
-    desktop = Screens();
-    DeviceDescription main{};
-    unsigned long handle = 0;
-    ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main) &&
-                device.InitDevice(main, handle) &&
-                device.EnumerateDisplayModes(main, Support::CollectInto<DisplayMode>, &offered));
-    ASSERT_TRUE(Windowed());
-  }
-  // Releasing the device gives back the desktop mode and the window's size.
-  void TearDown() override {
-    device.ReleaseDevice(0);
-    ExpectDesktop();
-    SDL_DestroyWindow(window);
-  }
-  bool Windowed() { return device.SetDisplayMode(window, {kWidth, kHeight, 32, true, 60}, false); }
-  void Enter(const DisplayMode& mode) {
-    ASSERT_TRUE(device.SetDisplayMode(window, mode, false)) << mode;
+// that keeps its size there, as no window manager resizes it. The resizes of a switch belong to
+// it, which starts OpenGL once by itself; a host's resize reaches every handler installed, one for
+// each SetDisplayMode. A refusal logs why and changes nothing, from a window or full screen alike.
+TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory) {
+  constexpr int kWidth = 320, kHeight = 240;
+  ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
+  ASSERT_STREQ(SDL_GetCurrentVideoDriver(), "x11");
+  Support::RequestDeviceFramebuffer();
+  SDL_Window* window =
+      SDL_CreateWindow("kelo-fullscreen", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
+  ASSERT_NE(window, nullptr) << SDL_GetError();
+  const std::string desktop = Screens();
+  IOpenGL device;
+  Support::LogCapture log;
+  DeviceDescription main{};
+  unsigned long handle = 0, texture = 0, shape = 0;
+  std::vector<DisplayMode> offered;
+  ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main) &&
+              device.InitDevice(main, handle) &&
+              device.EnumerateDisplayModes(main, Support::CollectInto<DisplayMode>, &offered));
+  const auto set = [&](const DisplayMode& mode) {
+    return device.SetDisplayMode(window, mode, false);
+  };
+  const DisplayMode kWindowed{kWidth, kHeight, 32, true, 60};
+  const auto enter = [&](const DisplayMode& mode) {
+    ASSERT_TRUE(set(mode)) << mode;
     const std::string screen = std::to_string(mode.width) + "x" + std::to_string(mode.height) +
                                "@" + std::to_string(mode.refreshRate);
     EXPECT_EQ(Screens(), screen + ", " + screen);
     EXPECT_TRUE(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN);
-  }
-  void ExpectDesktop() {
+  };
+  const auto expectDesktop = [&] {
     int width = 0, height = 0;
     SDL_GetWindowSize(window, &width, &height);
     EXPECT_EQ(std::make_tuple(Screens(), width, height,
                               SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN),
-              std::make_tuple(desktop, int{kWidth}, int{kHeight}, 0u));
-  }
+              std::make_tuple(desktop, kWidth, kHeight, 0u));
+  };
   // The checker on a 200 x 200 quad, 60 pixels in from the left and 20 up from the bottom when
   // the camera, the viewport and the mode agree; start-up leaves no error for the host.
-  void ExpectPicture(int width, int height) {
+  const auto expectPicture = [&](int width, int height) {
     std::vector<GLint> seen(4);
     glGetIntegerv(GL_VIEWPORT, seen.data());
     seen.push_back(static_cast<GLint>(glGetError()));
@@ -100,66 +98,52 @@ protected:
         {30, 120, {0, 0, 0, 255}}, {290, 120, {0, 0, 0, 255}}, {160, 230, {0, 0, 0, 255}}};
     // clang-format on
     for (const auto& probe : probes) EXPECT_PIXEL_NEAR(probe.x, probe.y, probe.colour, 0);
-  }
+  };
   // Lets SDL hear what the X server sends back for the changes made so far.
-  static void PumpEvents() {
+  const auto pumpEvents = [] {
     for (int i = 0; i < 20; ++i, SDL_Delay(10)) SDL_PumpEvents();
-  }
-
-  SDL_Window* window = nullptr;
-  IOpenGL device;
-  std::string desktop;
-  std::vector<DisplayMode> offered;
-  unsigned long texture = 0, shape = 0;
-  Support::LogCapture log;
-};
-
-// The resizes of a switch belong to it, which starts OpenGL once by itself; a host's resize
-// reaches every handler installed, one for each SetDisplayMode. Shapes and textures survive. A
-// refusal logs why and changes nothing, from a window or from full screen alike.
-TEST_F(FullScreenTest, TakesAndGivesBackEachListedModeAndRefusesOthers) {
+  };
   // clang-format off
   const DisplayMode listed[] = {{1280, 720, 32, false, 60}, {800, 600, 32, false, 72},
       {640, 480, 32, false, 60}, {1920, 1080, 32, false, 60}, {1024, 768, 32, false, 60}};
   // clang-format on
   const Point quad[] = {{0, 0}, {200, 0}, {0, 200}, {200, 200}};
   const Point corners[] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
+  log.Clear();
+  for (int i = 0; i < 90; ++i) ASSERT_TRUE(set(i % 2 ? listed[i / 2 % 5] : kWindowed));
   ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
   ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1.0f, quad, corners));
-  const auto state = [&] {
-    return std::make_tuple(Screens(), SDL_GetWindowFlags(window), SDL_GL_GetCurrentContext(),
-                           device.currentMode);
-  };
-  log.Clear();
-  for (int i = 0; i < 90; ++i)
-    ASSERT_TRUE(i % 2 ? Windowed() : device.SetDisplayMode(window, listed[i / 2 % 5], false));
   for (const DisplayMode& mode : listed) {
     SCOPED_TRACE(::testing::Message() << mode);
     std::printf("[     mode ] %ux%u@%uHz\n", mode.width, mode.height, mode.refreshRate);
     EXPECT_NE(std::find(offered.begin(), offered.end(), mode), offered.end());
-    Enter(mode);
-    ExpectPicture(static_cast<int>(mode.width), static_cast<int>(mode.height));
-    ASSERT_TRUE(Windowed());
-    ExpectDesktop();
-    ExpectPicture(kWidth, kHeight);
+    enter(mode);
+    expectPicture(static_cast<int>(mode.width), static_cast<int>(mode.height));
+    ASSERT_TRUE(set(kWindowed));
+    expectDesktop();
+    expectPicture(kWidth, kHeight);
   }
-  PumpEvents();
+  pumpEvents();
   EXPECT_EQ(log.StartUps(), 100);
   log.Clear();
   SDL_SetWindowSize(window, 200, 150);
-  PumpEvents();
-  EXPECT_EQ(log.StartUps(), 101);
+  pumpEvents();
+  EXPECT_EQ(log.StartUps(), 100);
   SDL_SetWindowSize(window, kWidth, kHeight);
-  PumpEvents();
+  pumpEvents();
+  const auto state = [&] {
+    return std::make_tuple(Screens(), SDL_GetWindowFlags(window), SDL_GL_GetCurrentContext(),
+                           device.currentMode);
+  };
   for (bool fromFullScreen : {false, true}) {
-    if (fromFullScreen) Enter(listed[1]);
+    if (fromFullScreen) enter(listed[1]);
     const auto before = state();
     // clang-format off
     for (const DisplayMode& mode : {DisplayMode{1280, 721, 32, false, 60}, {1280, 720, 16, false, 60},
                                     {1280, 720, 24, false, 60}, {1280, 720, 32, false, 75}}) {
       // clang-format on
       log.Clear();
-      EXPECT_FALSE(device.SetDisplayMode(window, mode, false));
+      EXPECT_FALSE(set(mode));
       char line[64];
       std::snprintf(line, sizeof line, "[kelo-agl] mode %ux%ux%u@%uHz not supported\n", mode.width,
                     mode.height, mode.bitsPerPixel, mode.refreshRate);
@@ -167,26 +151,23 @@ TEST_F(FullScreenTest, TakesAndGivesBackEachListedModeAndRefusesOthers) {
       EXPECT_EQ(state(), before) << mode << (fromFullScreen ? " from full screen" : "");
     }
   }
-  ASSERT_TRUE(Windowed());
-}
-
-// Each start-up keeps the colour program it made, on purpose: about 10 KiB a switch, twice that
-// under ASan. A context left behind costs megabytes a switch, a texture left behind 16 KiB.
-TEST_F(FullScreenTest, ResidentMemoryStaysBounded) {
+  // Each start-up keeps the colour program it made, on purpose: about 10 KiB a switch, twice that
+  // under ASan. A context left behind costs megabytes a switch, a texture left behind 16 KiB.
   std::vector<unsigned char> pixels(64 * 64 * 4, 0x80);
-  long before = 0;
-  for (unsigned i = 0; i < 1020; ++i) {
-    if (i == 20) before = ResidentKiB();
-    const DisplayMode mode{800 - i % 2 * 160, 600 - i % 2 * 120, 32, false, 60};
-    ASSERT_TRUE(device.SetDisplayMode(window, mode, false));
+  long before = ResidentKiB();
+  for (unsigned i = 0; i < 1000; ++i) {
+    ASSERT_TRUE(set({800 - i % 2 * 160, 600 - i % 2 * 120, 32, false, 60}));
   }
   EXPECT_LT(ResidentKiB() - before, 64 * 1024) << "switches";
-  for (unsigned i = 0; i < 10020; ++i) {
-    if (i == 20) before = ResidentKiB();
-    ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, pixels.data(), 64, 64) &&
-                device.ReleaseTexture(texture));
+  before = ResidentKiB();
+  for (unsigned i = 0; i < 10000; ++i) {
+    ASSERT_TRUE(device.CreateTexture(handle, IMAGE_RGBA8888, pixels.data(), 64, 64) &&
+                device.ReleaseTexture(handle));
   }
   EXPECT_LT(ResidentKiB() - before, 64 * 1024) << "textures";
+  device.ReleaseDevice(0);
+  expectDesktop();
+  SDL_DestroyWindow(window);
 }
 
 }  // namespace
