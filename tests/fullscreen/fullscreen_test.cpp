@@ -39,17 +39,14 @@ long ResidentKiB() {
   return resident * sysconf(_SC_PAGESIZE) / 1024;
 }
 
-// The device full screen on an X server that switches modes, drawing into a 320 x 240 window
-// that keeps its size there, as no window manager resizes it. The resizes of a switch belong to
-// it, which starts OpenGL once by itself; a host's resize reaches every handler installed, one for
-// each SetDisplayMode. A refusal logs why and changes nothing, from a window or full screen alike.
+// On an X server without a window manager, so the window keeps its size. A switch starts OpenGL
+// once by itself; a host's resize reaches the handler each SetDisplayMode installed.
 TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory) {
   constexpr int kWidth = 320, kHeight = 240;
   ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
   ASSERT_STREQ(SDL_GetCurrentVideoDriver(), "x11");
   Support::RequestDeviceFramebuffer();
-  SDL_Window* window =
-      SDL_CreateWindow("kelo-fullscreen", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
+  SDL_Window* window = SDL_CreateWindow("kelo", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
   ASSERT_NE(window, nullptr) << SDL_GetError();
   const std::string desktop = Screens();
   IOpenGL device;
@@ -60,9 +57,7 @@ TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory)
   ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, main) &&
               device.InitDevice(main, handle) &&
               device.EnumerateDisplayModes(main, Support::CollectInto<DisplayMode>, &offered));
-  const auto set = [&](const DisplayMode& mode) {
-    return device.SetDisplayMode(window, mode, false);
-  };
+  const auto set = [&](DisplayMode mode) { return device.SetDisplayMode(window, mode, false); };
   const DisplayMode kWindowed{kWidth, kHeight, 32, true, 60};
   const auto enter = [&](const DisplayMode& mode) {
     ASSERT_TRUE(set(mode)) << mode;
@@ -78,8 +73,7 @@ TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory)
                               SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN),
               std::make_tuple(desktop, kWidth, kHeight, 0u));
   };
-  // The checker on a 200 x 200 quad, 60 pixels in from the left and 20 up from the bottom when
-  // the camera, the viewport and the mode agree; start-up leaves no error for the host.
+  // The checker on a 200 x 200 quad 60 pixels in and 20 up; start-up leaves the host no error.
   const auto expectPicture = [&](int width, int height) {
     std::vector<GLint> seen(4);
     glGetIntegerv(GL_VIEWPORT, seen.data());
@@ -92,14 +86,12 @@ TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory)
     device.SelectShape(shape);
     device.DrawShape();
     device.EndTextureBatch();
-    // clang-format off
-    const struct { int x, y; Support::Rgba colour; } probes[] = {{110, 70, {255, 0, 0, 255}},
-        {210, 70, {0, 255, 0, 255}}, {110, 170, {0, 0, 255, 255}}, {210, 170, {255, 255, 255, 255}},
-        {30, 120, {0, 0, 0, 255}}, {290, 120, {0, 0, 0, 255}}, {160, 230, {0, 0, 0, 255}}};
-    // clang-format on
-    for (const auto& probe : probes) EXPECT_PIXEL_NEAR(probe.x, probe.y, probe.colour, 0);
+    const Support::Rgba red{255, 0, 0, 255}, white{255, 255, 255, 255}, black{0, 0, 0, 255};
+    EXPECT_PIXEL_NEAR(110, 70, red, 0);
+    EXPECT_PIXEL_NEAR(210, 170, white, 0);
+    for (auto [x, y] : {std::pair{30, 120}, {290, 120}, {160, 230}})
+      EXPECT_PIXEL_NEAR(x, y, black, 0);
   };
-  // Lets SDL hear what the X server sends back for the changes made so far.
   const auto pumpEvents = [] {
     for (int i = 0; i < 20; ++i, SDL_Delay(10)) SDL_PumpEvents();
   };
@@ -155,15 +147,13 @@ TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory)
   // under ASan. A context left behind costs megabytes a switch, a texture left behind 16 KiB.
   std::vector<unsigned char> pixels(64 * 64 * 4, 0x80);
   long before = ResidentKiB();
-  for (unsigned i = 0; i < 1000; ++i) {
+  for (unsigned i = 0; i < 1000; ++i)
     ASSERT_TRUE(set({800 - i % 2 * 160, 600 - i % 2 * 120, 32, false, 60}));
-  }
   EXPECT_LT(ResidentKiB() - before, 64 * 1024) << "switches";
   before = ResidentKiB();
-  for (unsigned i = 0; i < 10000; ++i) {
+  for (unsigned i = 0; i < 10000; ++i)
     ASSERT_TRUE(device.CreateTexture(handle, IMAGE_RGBA8888, pixels.data(), 64, 64) &&
                 device.ReleaseTexture(handle));
-  }
   EXPECT_LT(ResidentKiB() - before, 64 * 1024) << "textures";
   device.ReleaseDevice(0);
   expectDesktop();
