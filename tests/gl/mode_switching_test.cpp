@@ -1,7 +1,6 @@
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <map>
 #include <string>
 #include <tuple>
@@ -21,8 +20,7 @@ using Support::ScriptedPlatform;
 using Lines = std::vector<std::string>;
 
 constexpr unsigned kDisplay = 2;
-const DisplayMode kWindowed{320, 240, 24, true, 60};
-const DisplayMode kFullScreen{1024, 768, 32, false, 85};
+const DisplayMode kWin{320, 240, 24, true, 60}, kFull{1024, 768, 32, false, 85};
 
 std::vector<int> Viewport() {
   std::vector<int> viewport(4);
@@ -56,77 +54,70 @@ protected:
   Support::LogCapture log;
 };
 
-// The storage starts once and stays while modes change, so shapes outlive them.
+// Preferred: one stencil bit for clipping, two samples, no depth, on the
+// display's device in full screen. The storage starts once and stays while
+// modes change, so shapes outlive them.
 TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOld) {
   device.ReleaseDevice(kDisplay);
-  EXPECT_FALSE(device.SetDisplayMode(nullptr, kWindowed, false));
+  EXPECT_FALSE(device.SetDisplayMode(nullptr, kWin, false));
   EXPECT_EQ(VRAMManager, nullptr) << "a failed call starts nothing";
-  const DisplayMode k16Bits{800, 600, 16, false, 60};
-  const DisplayMode kDesktop{1280, 800, 32, false, 60};
+  const DisplayMode k16Bits{800, 600, 16, false, 60}, kDesktop{1280, 800, 32, false, 60};
   const struct {
     std::optional<DisplayMode> from;
     DisplayMode request;
-    bool vsync;
+    bool vsync, stencil;
     std::map<unsigned, DisplayMode> switches;
   } cases[] = {
-      {std::nullopt, kWindowed, false, {}},
-      {std::nullopt, kFullScreen, true, {{kDisplay, kFullScreen}}},
-      {kWindowed, kWindowed, true, {}},
-      {kWindowed, kFullScreen, false, {{kDisplay, kFullScreen}}},
-      {kFullScreen, kWindowed, false, {{kDisplay, kDesktop}}},
-      {kFullScreen, k16Bits, true, {{kDisplay, k16Bits}}},
+      {std::nullopt, kWin, false, true, {}},
+      {std::nullopt, kFull, true, true, {{kDisplay, kFull}}},
+      {std::nullopt, kFull, true, false, {{kDisplay, kFull}}},
+      {kWin, kWin, true, true, {}},
+      {kWin, kWin, false, false, {}},
+      {kWin, kFull, false, true, {{kDisplay, kFull}}},
+      {kFull, kWin, false, true, {{kDisplay, kDesktop}}},
+      {kFull, k16Bits, true, true, {{kDisplay, k16Bits}}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(::testing::Message() << (c.from ? *c.from : DisplayMode{}) << " to " << c.request);
+    SCOPED_TRACE(::testing::Message() << "case " << &c - cases);
     ASSERT_TRUE(!c.from || Set(*c.from));
     platform.switchedModes.clear();
+    platform.refused = {c.stencil ? "" : "StencilFormat"};
     log.Clear();
     void* old = platform.context;
     OGLVRAM* storage = VRAMManager;
     ASSERT_TRUE(device.SetDisplayMode(&window, c.request, c.vsync));
     ASSERT_NE(platform.context, old);
-    // One stencil bit for clipping, two samples, no depth, on the display's
-    // device in full screen.
-    // clang-format off
-    std::vector<int> preferred{AGL_RGBA, AGL_NO_RECOVERY, AGL_DOUBLEBUFFER, AGL_ACCELERATED,
-        AGL_WINDOW, AGL_LEVEL, 0, AGL_DEPTH_SIZE, 0, AGL_STENCIL_SIZE, 1, AGL_SAMPLE_BUFFERS_ARB, 1,
-        AGL_SAMPLES_ARB, 2, AGL_MULTISAMPLE, AGL_PIXEL_SIZE, int(c.request.bitsPerPixel)};
-    // clang-format on
-    if (!c.request.windowed) preferred[4] = AGL_FULLSCREEN;
+    const bool full = !c.request.windowed;
+    std::vector<int> format{AGL_RGBA, AGL_NO_RECOVERY, AGL_DOUBLEBUFFER, AGL_ACCELERATED,
+                            full ? AGL_FULLSCREEN : AGL_WINDOW};
+    if (c.stencil) {
+      format.insert(format.end(), {AGL_LEVEL, 0, AGL_DEPTH_SIZE, 0, AGL_STENCIL_SIZE, 1,
+                                   AGL_SAMPLE_BUFFERS_ARB, 1, AGL_SAMPLES_ARB, 2, AGL_MULTISAMPLE,
+                                   AGL_PIXEL_SIZE, int(c.request.bitsPerPixel)});
+    }
     const auto& now = Current();
-    EXPECT_EQ(std::tie(now.format, now.share, now.window, now.fullScreen, now.swapInterval),
-              std::make_tuple(preferred, old, static_cast<void*>(&window), !c.request.windowed,
-                              std::optional<int>(c.vsync)));
-    EXPECT_EQ(now.device, c.request.windowed ? std::nullopt : std::optional<int>(kDisplay));
+    EXPECT_EQ(std::tie(now.format, now.device, now.share, now.window, now.fullScreen),
+              std::make_tuple(format, full ? std::optional<int>(kDisplay) : std::nullopt, old,
+                              static_cast<void*>(&window), full));
     EXPECT_TRUE(!old || ScriptedPlatform::Made(old).destroyed);
-    EXPECT_TRUE(platform.formats.empty()) << "every format is freed";
-    EXPECT_EQ(platform.IsDisplayCaptured(kDisplay), !c.request.windowed);
-    EXPECT_EQ(platform.switchedModes, c.switches);
-    EXPECT_EQ(device.currentMode, c.request);
-    EXPECT_EQ(Viewport(), (std::vector<int>{0, 0, static_cast<int>(c.request.width),
-                                            static_cast<int>(c.request.height)}));
-    EXPECT_EQ(log.StartUps(), 1);
+    const int w = c.request.width, h = c.request.height;
+    EXPECT_EQ(
+        std::make_tuple(now.swapInterval, platform.formats.size(), platform.captured.size(),
+                        platform.switchedModes, device.currentMode, Viewport(), log.StartUps()),
+        std::make_tuple(std::optional<int>(c.vsync), 0u, size_t(full), c.switches, c.request,
+                        std::vector<int>{0, 0, w, h}, 1));
     EXPECT_TRUE(VRAMManager && (!storage || VRAMManager == storage));
     device.ReleaseDevice(kDisplay);
     EXPECT_EQ(VRAMManager, nullptr);
   }
 }
 
-TEST_F(ModeSwitchingTest, WithoutAStencilFormatFallsBackToAnyAcceleratedOne) {
-  platform.refused = {"StencilFormat"};
-  for (const DisplayMode& mode : {kFullScreen, kWindowed}) {
-    ASSERT_TRUE(Set(mode));
-    EXPECT_EQ(Current().format,
-              (std::vector<int>{AGL_RGBA, AGL_NO_RECOVERY, AGL_DOUBLEBUFFER, AGL_ACCELERATED,
-                                mode.windowed ? AGL_WINDOW : AGL_FULLSCREEN}));
-  }
-}
-
+// A display taken beforehand shows whether the failure gives it back; a
+// context never made current must not leak.
 TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
   const std::string kNoFormat = "[kelo-agl] no valid PixelFormat found.\n";
-  const std::string kNoFullScreen = "[kelo-agl] failed to initialize fullscreen context.\n";
-  const std::string kNoWindowed = "[kelo-agl] failed to initialze window context.\n";
-  const DisplayMode kWin = kWindowed, kFull = kFullScreen;
+  const std::string kNoFull = "[kelo-agl] failed to initialize fullscreen context.\n";
+  const std::string kNoWin = "[kelo-agl] failed to initialze window context.\n";
   const struct {
     const char* refused;  // none: the window is dead
     DisplayMode from, request;
@@ -139,13 +130,13 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
       {"BestModeWithRefreshRate", kWin, kFull, {"[kelo-agl] mode invalid.\n"}, false, false},
       {"ExactMode", kWin, kFull, {"[kelo-agl] mode 1024x768x32@85Hz not supported\n"}, false, false},
       {"SwitchToMode", kWin, kFull, {"[kelo-agl] cannot switch to mode.\n"}, false, false},
-      {"GraphicsDevice", kWin, kFull, {"[kero-agl] cannot get GDHandle.\n", kNoFullScreen}, false, false},
-      {"ChoosePixelFormat", kWin, kFull, {kNoFormat, kNoFullScreen}, false, false},
-      {"CreateContext", kWin, kFull, {kNoFullScreen}, false, false},
+      {"GraphicsDevice", kWin, kFull, {"[kero-agl] cannot get GDHandle.\n", kNoFull}, false, false},
+      {"ChoosePixelFormat", kWin, kFull, {kNoFormat, kNoFull}, false, false},
+      {"CreateContext", kWin, kFull, {kNoFull}, false, false},
       {"BestMode", kFull, kWin, {"[kelo-agl] no suitable mode found.\n"}, false, false},
       {"SwitchToMode", kFull, kWin, {"[kelo-agl] cannot switch to mode\n"}, false, false},
-      {"ChoosePixelFormat", kWin, kWin, {kNoFormat, kNoWindowed}, true, false},
-      {"CreateContext", kWin, kWin, {kNoWindowed}, true, false},
+      {"ChoosePixelFormat", kWin, kWin, {kNoFormat, kNoWin}, true, false},
+      {"CreateContext", kWin, kWin, {kNoWin}, true, false},
       {"AttachToWindow", kWin, kWin, {"[kelo-agl] failed to attach context to window: [invalid drawable]\n"}, true, true},
       {"SetFullScreen", kWin, kFull, {"[kelo-agl] cannot switch to fullscreen.\n"}, false, true},
       {"MakeCurrent", kWin, kWin, {"[kelo-agl] cannot switch to context.\n"}, false, true, 1},
@@ -156,20 +147,16 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
     ASSERT_TRUE(Set(c.from));
     log.Clear();
     void* old = platform.context;
-    // A display taken beforehand shows whether the failure gives it back.
     platform.CaptureDisplay(kDisplay);
     const std::size_t handlers = platform.handlers.size();
     int deadWindow = 0;
     if (c.refused) platform.refused = {c.refused};
     EXPECT_FALSE(Set(c.request, c.refused ? &window : &deadWindow));
-    EXPECT_EQ(log.Lines(), c.lines);
-    EXPECT_EQ(platform.context, old);
-    EXPECT_EQ(platform.IsDisplayCaptured(kDisplay), c.capturedAfter);
-    EXPECT_EQ(device.currentMode, c.modeRecorded ? c.request : c.from);
-    EXPECT_EQ(platform.handlers.size(), handlers + c.handlersAdded);
-    for (const auto& made : platform.contexts) {
-      EXPECT_EQ(made->destroyed, made.get() != old) << "a context never made current is leaked";
-    }
+    EXPECT_EQ(std::tie(log.Lines(), platform.context, device.currentMode),
+              std::tie(c.lines, old, c.modeRecorded ? c.request : c.from));
+    EXPECT_EQ(std::make_pair(platform.IsDisplayCaptured(kDisplay), platform.handlers.size()),
+              std::make_pair(c.capturedAfter, handlers + c.handlersAdded));
+    for (const auto& made : platform.contexts) EXPECT_EQ(made.destroyed, &made != old);
     device.ReleaseDevice(kDisplay);
     platform.refused.clear();
   }
@@ -179,30 +166,26 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
 // up once per handler. Only a size change of a live window does, and a
 // detach detaches a windowed context only.
 TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
-  ASSERT_TRUE(Set(kWindowed));
+  ASSERT_TRUE(Set(kWin));
   platform.refused = {"ExactMode"};
-  EXPECT_FALSE(Set(kFullScreen));
+  EXPECT_FALSE(Set(kFull));
   platform.refused.clear();
-  ASSERT_TRUE(Set(kFullScreen));
+  ASSERT_TRUE(Set(kFull));
   IOpenGL::windowEventHandler({kEventWindowDetach, &window, std::nullopt}, &device);
   EXPECT_EQ(Current().window, &window) << "full screen stays attached";
-  ASSERT_TRUE(Set(kWindowed));
-  ASSERT_TRUE(Set(kWindowed, &otherWindow));
+  ASSERT_TRUE(Set(kWin) && Set(kWin, &otherWindow));
   for (auto [target, startUps, width, height] :
        {std::tuple(&window, 3, 200, 100), std::tuple(&otherWindow, 1, 50, 40)}) {
     log.Clear();
     platform.Send({kEventWindowBoundsChanged, target, kWindowBoundsChangeSizeChanged});
-    EXPECT_EQ(log.StartUps(), startUps);
-    EXPECT_EQ(Viewport(), (std::vector<int>{0, 0, width, height}));
+    EXPECT_EQ(std::make_pair(log.StartUps(), Viewport()),
+              std::make_pair(startUps, std::vector<int>{0, 0, width, height}));
   }
-  EXPECT_EQ(device.currentMode, kWindowed) << "a resize does not change the mode in use";
+  EXPECT_EQ(device.currentMode, kWin) << "a resize does not change the mode in use";
   int unknown = 0;
   platform.contentSizes[&unknown] = {10, 10};
   const unsigned kSized = kWindowBoundsChangeSizeChanged, kChanged = kEventWindowBoundsChanged;
-  const struct {
-    WindowEvent event;
-    int startUps;
-  } cases[] = {
+  const std::pair<WindowEvent, int> cases[] = {
       {{kChanged, &window, kSized}, 1},
       {{kEventWindowBoundsChanging, &window, kSized}, 1},
       {{kChanged, &window, kWindowBoundsChangeOriginChanged}, 0},
@@ -216,21 +199,10 @@ TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
   };
   for (const auto& c : cases) {
     log.Clear();
-    EXPECT_EQ(IOpenGL::windowEventHandler(c.event, &device), kEventNotHandled);
-    EXPECT_EQ(log.StartUps(), c.startUps) << "case " << &c - cases;
+    EXPECT_EQ(IOpenGL::windowEventHandler(c.first, &device), kEventNotHandled);
+    EXPECT_EQ(log.StartUps(), c.second) << "case " << &c - cases;
   }
   EXPECT_EQ(Current().window, nullptr) << "the windowed context is detached";
-}
-
-TEST(DeviceInitRefreshRate, AnUnknownDesktopRateReadsAs60) {
-  for (double rate : {std::nan(""), -75.0, -0.5, 5e9}) {
-    ScriptedPlatform platform;
-    platform.desktop =
-        ModeRecord{ModeValue::Of(640), ModeValue::Of(480), ModeValue::Of(32), ModeValue::Of(rate)};
-    IOpenGL device;
-    ASSERT_TRUE(device.Init());
-    EXPECT_EQ(device.currentMode.refreshRate, 60u) << rate;
-  }
 }
 
 }  // namespace
