@@ -3,9 +3,8 @@
 #include <SDL.h>
 
 #include <algorithm>
-#include <deque>
+#include <list>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -15,9 +14,9 @@
 
 namespace Kelo::Support {
 
-// A platform whose answers the test scripts, installed while it lives; GL comes from SDL. Contexts
-// and pixel formats are records whose address is their handle. Every operation named in `refused`
-// fails ("ExactMode": the best mode differs; "StencilFormat": no format has a stencil buffer).
+// The platform while it lives, scripted by the test; GL comes from SDL. Contexts and formats are
+// records whose address is their handle. Operations named in `refused` fail, and "ExactMode"
+// makes the best mode differ, "StencilFormat" leaves no format with a stencil buffer.
 class ScriptedPlatform final : public Platform {
 public:
   struct Display {
@@ -31,11 +30,6 @@ public:
     void *share = nullptr, *window = nullptr;
     bool fullScreen = false, destroyed = false;
     std::optional<int> swapInterval;
-  };
-  struct Handler {
-    void* window;
-    std::vector<unsigned> kinds;
-    WindowEventHandler handler;
   };
 
   ScriptedPlatform() { SetCurrentPlatform(this); }
@@ -75,19 +69,21 @@ public:
     return (device = static_cast<int>(display), Ok("GraphicsDevice"));
   }
   void* ChoosePixelFormat(const int* device, const int* attributes) override {
-    auto format = std::make_unique<Context>();
-    if (device) format->device = *device;
+    Context format;
+    if (device) format.device = *device;
     const std::set<int> valued{AGL_LEVEL,      AGL_DEPTH_SIZE,         AGL_STENCIL_SIZE,
                                AGL_PIXEL_SIZE, AGL_SAMPLE_BUFFERS_ARB, AGL_SAMPLES_ARB};
     for (const int* token = attributes; *token != AGL_NONE; ++token) {
-      format->format.push_back(*token);
-      if (valued.count(*token)) format->format.push_back(*++token);
+      format.format.push_back(*token);
+      if (valued.count(*token)) format.format.push_back(*++token);
     }
-    const bool stencil = std::count(format->format.begin(), format->format.end(), AGL_STENCIL_SIZE);
+    const bool stencil = std::count(format.format.begin(), format.format.end(), AGL_STENCIL_SIZE);
     if (!Ok("ChoosePixelFormat") || (stencil && !Ok("StencilFormat"))) return nullptr;
-    return (formats[format.get()] = std::move(format)).get();
+    return &formats.emplace_back(std::move(format));
   }
-  void DestroyPixelFormat(void* format) override { formats.erase(format); }
+  void DestroyPixelFormat(void* format) override {
+    formats.remove_if([format](const Context& made) { return &made == format; });
+  }
   void* CreateContext(void* format, void*, void* share) override {
     if (!Ok("CreateContext") || share != context) return nullptr;
     contexts.push_back(Made(format));
@@ -117,16 +113,15 @@ public:
     const auto found = contentSizes.find(window);
     return found != contentSizes.end() && (std::tie(width, height) = found->second, true);
   }
-  void InstallWindowEventHandler(void* window, const unsigned* kinds, int count,
-                                 WindowEventHandler handler, void* user) override {
-    if (IsValidWindow(window)) handlers.insert({user, {window, {kinds, kinds + count}, handler}});
+  void InstallWindowEventHandler(void* window, const unsigned*, int, WindowEventHandler handler,
+                                 void* user) override {
+    if (IsValidWindow(window)) handlers.insert({user, {window, handler}});
   }
   void RemoveWindowEventHandlers(void* user) override { handlers.erase(user); }
 
   void Send(const WindowEvent& event) {
-    for (const auto& [user, h] : handlers) {
-      const bool wanted = std::count(h.kinds.begin(), h.kinds.end(), event.kind);
-      if (h.window == event.window && wanted) h.handler(event, user);
+    for (const auto& [user, handler] : handlers) {
+      if (handler.first == event.window) handler.second(event, user);
     }
   }
   static Context& Made(void* handle) { return *static_cast<Context*>(handle); }
@@ -147,9 +142,9 @@ public:
   void* context = nullptr;
   std::set<unsigned> captured;
   std::map<unsigned, DisplayMode> switchedModes;
-  std::map<void*, std::unique_ptr<Context>> formats;
-  std::deque<Context> contexts;
-  std::multimap<void*, Handler> handlers;  // by user
+  std::list<Context> formats;
+  std::list<Context> contexts;
+  std::multimap<void*, std::pair<void*, WindowEventHandler>> handlers;  // user: window, handler
 
 private:
   bool Ok(const char* operation) const { return refused.count(operation) == 0; }
