@@ -11,9 +11,7 @@ namespace Kelo::Support {
 // Collects every logged line while it lives; stderr gets them again after.
 class LogCapture {
 public:
-  LogCapture() {
-    Log::SetSink([](const char* line, void* to) { Add(to, line); }, this);
-  }
+  LogCapture() { Log::SetSink(&Add, this); }
   ~LogCapture() { Log::SetSink(nullptr, nullptr); }
   const std::vector<std::string>& Lines() const { return lines; }
   void Clear() { lines.clear(); }
@@ -26,9 +24,7 @@ public:
   }
 
 private:
-  static void Add(void* to, std::string line) {
-    static_cast<LogCapture*>(to)->lines.push_back(line);
-  }
+  static void Add(const char* l, void* to) { static_cast<LogCapture*>(to)->lines.push_back(l); }
   std::vector<std::string> lines;
 };
 

@@ -1,6 +1,6 @@
-// A host as an engine build makes one: linked to nothing of ours, it loads the
-// plug-in with dlopen and drives it through the interface alone, with a logger
-// of its own that must get the plug-in's lines, or with the framework's.
+// A host as an engine build makes one: linked to nothing of ours, it loads the plug-in with dlopen
+// and drives it through the interface alone, with a logger of its own that must get the plug-in's
+// lines, or with the framework's.
 #include <dlfcn.h>
 
 #include <cstdarg>
@@ -29,9 +29,8 @@ static int Fail(const std::string& why) {
 
 int main(int, char** argv) {
   void* plugin = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
-  if (!plugin) return Fail(dlerror());
-  auto create = reinterpret_cast<CreateVideoFunction>(dlsym(plugin, "CreateVideo"));
-  if (!create) return Fail("no CreateVideo");
+  auto create = reinterpret_cast<CreateVideoFunction>(plugin ? dlsym(plugin, "CreateVideo") : 0);
+  if (!create) return Fail(plugin ? "no CreateVideo" : dlerror());
   if (dlsym(plugin, "_ZN4Kelo7IOpenGL6InitGLEjj") || dlsym(plugin, "_ZN4Kelo16CurrentPlatformEv")) {
     return Fail("internal names are exported, so a host could bind to them");
   }
