@@ -26,10 +26,9 @@ public:
   };
   struct Context {
     std::vector<int> format;  // the attribute list, AGL_NONE left out
-    std::optional<int> device;
+    std::optional<int> device, swapInterval;
     void *share = nullptr, *window = nullptr;
     bool fullScreen = false, destroyed = false;
-    std::optional<int> swapInterval;
   };
 
   ScriptedPlatform() { SetCurrentPlatform(this); }
