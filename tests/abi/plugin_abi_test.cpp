@@ -18,10 +18,8 @@ long Slot(F function) {
 }
 
 TEST(InterfaceTable, KeepsTheSlotOrderAndValuesHostsAreBuiltAgainst) {
-  using S = ISystemDevice;
-  using V = IVideo;
-  using H = unsigned long&;
   // clang-format off
+  using S = ISystemDevice; using V = IVideo; using H = unsigned long&;
   const std::vector<long> slots{Slot(&S::Init), Slot(&S::IsReady), Slot(&S::Update),
       Slot(&S::Release), Slot(&S::EnumerateDevices), Slot(&S::GetDefaultDevice),
       Slot(&S::SetDefaultDevice), Slot(&S::InitDevice), Slot(&S::ReleaseDevice),

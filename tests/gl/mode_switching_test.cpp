@@ -43,7 +43,6 @@ protected:
   bool Set(const DisplayMode& mode, void* target = nullptr) {
     return device.SetDisplayMode(target ? target : &window, mode, true);
   }
-  ScriptedPlatform::Context& Current() { return ScriptedPlatform::Made(platform.context); }
 
   int window = 0, deadWindow = 0;
   ScriptedPlatform platform;
@@ -54,22 +53,16 @@ protected:
 // The storage starts once and stays while modes change, so shapes outlive them.
 TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOld) {
   device.ReleaseDevice(kDisplay);
-  const DisplayMode k16Bits{800, 600, 16, false, 60}, kDesktop{1280, 800, 32, false, 60};
-  const struct {
-    std::optional<DisplayMode> from;
-    DisplayMode request;
-    bool vsync, stencil;
-    std::map<unsigned, DisplayMode> switches;
-  } cases[] = {
-      {std::nullopt, kWin, false, true, {}},
-      {std::nullopt, kFull, true, true, {{kDisplay, kFull}}},
-      {std::nullopt, kFull, true, false, {{kDisplay, kFull}}},
-      {kWin, kWin, true, true, {}},
-      {kWin, kWin, false, false, {}},
-      {kWin, kFull, false, true, {{kDisplay, kFull}}},
+  const DisplayMode k16{800, 600, 16, false, 60}, kDesktop{1280, 800, 32, false, 60};
+  // clang-format off
+  const struct { std::optional<DisplayMode> from; DisplayMode request; bool vsync, stencil;
+                 std::map<unsigned, DisplayMode> switches; } cases[] = {
+      {{}, kWin, false, true, {}}, {{}, kFull, true, true, {{kDisplay, kFull}}},
+      {{}, kFull, true, false, {{kDisplay, kFull}}}, {kWin, kWin, true, true, {}},
+      {kWin, kWin, false, false, {}}, {kWin, kFull, false, true, {{kDisplay, kFull}}},
       {kFull, kWin, false, true, {{kDisplay, kDesktop}}},
-      {kFull, k16Bits, true, true, {{kDisplay, k16Bits}}},
-  };
+      {kFull, k16, true, true, {{kDisplay, k16}}}};
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << "case " << &c - cases);
     ASSERT_TRUE(!c.from || Set(*c.from));
@@ -88,35 +81,30 @@ TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOl
                                    AGL_SAMPLE_BUFFERS_ARB, 1, AGL_SAMPLES_ARB, 2, AGL_MULTISAMPLE,
                                    AGL_PIXEL_SIZE, int(c.request.bitsPerPixel)});
     }
-    const auto& now = Current();
+    const auto& now = ScriptedPlatform::Made(platform.context);
     const int w = c.request.width, h = c.request.height;
     EXPECT_EQ(
         std::make_tuple(now.format, now.device, now.share, now.window, now.fullScreen,
                         now.swapInterval, !old || ScriptedPlatform::Made(old).destroyed,
                         platform.formats.size(), platform.IsDisplayCaptured(kDisplay),
-                        platform.switchedModes, device.currentMode, Viewport(), log.StartUps()),
+                        platform.switchedModes, device.currentMode, Viewport(), log.StartUps(),
+                        VRAMManager && (!storage || VRAMManager == storage)),
         std::make_tuple(format, full ? std::optional<int>(kDisplay) : std::nullopt, old,
                         static_cast<void*>(&window), full, std::optional<int>(c.vsync), true, 0u,
-                        full, c.switches, c.request, std::vector<int>{0, 0, w, h}, 1));
-    EXPECT_TRUE(VRAMManager && (!storage || VRAMManager == storage));
+                        full, c.switches, c.request, std::vector<int>{0, 0, w, h}, 1, true));
     device.ReleaseDevice(kDisplay);
     EXPECT_EQ(VRAMManager, nullptr);
   }
 }
 
-// A display taken beforehand shows whether a failure gives it back.
+// A display taken beforehand shows whether a failure gives it back; no refusal: a dead window.
 TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
   const std::string kNoFormat = "[kelo-agl] no valid PixelFormat found.\n",
                     kNoFull = "[kelo-agl] failed to initialize fullscreen context.\n",
                     kNoWin = "[kelo-agl] failed to initialze window context.\n";
-  const struct {
-    const char* refused;  // none: the window is dead
-    DisplayMode from, request;
-    std::vector<std::string> lines;
-    bool capturedAfter, modeRecorded;
-    std::size_t handlersAdded = 0;
-  } cases[] = {
-      // clang-format off
+  // clang-format off
+  const struct { const char* refused; DisplayMode from, request; std::vector<std::string> lines;
+                 bool capturedAfter, modeRecorded; std::size_t handlersAdded = 0; } cases[] = {
       {nullptr, kWin, kWin, {"[kelo-agl] invalid window handle.\n"}, true, false},
       {"BestModeWithRefreshRate", kWin, kFull, {"[kelo-agl] mode invalid.\n"}, false, false},
       {"ExactMode", kWin, kFull, {"[kelo-agl] mode 1024x768x32@85Hz not supported\n"}, false, false},
@@ -156,7 +144,8 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
 TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
   ASSERT_TRUE(Set(kFull));
   IOpenGL::windowEventHandler({kEventWindowDetach, &window, std::nullopt}, &device);
-  EXPECT_EQ(Current().window, &window) << "full screen stays attached";
+  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, &window)
+      << "full screen stays attached";
   ASSERT_TRUE(Set(kWin));
   log.Clear();
   platform.Send({kEventWindowBoundsChanged, &window, kWindowBoundsChangeSizeChanged});
@@ -176,7 +165,8 @@ TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
     EXPECT_EQ(IOpenGL::windowEventHandler(c.first, &device), kEventNotHandled);
     EXPECT_EQ(log.StartUps(), c.second) << "case " << &c - cases;
   }
-  EXPECT_EQ(Current().window, nullptr) << "the windowed context is detached";
+  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, nullptr)
+      << "the windowed context is detached";
 }
 
 }  // namespace

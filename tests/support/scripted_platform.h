@@ -96,13 +96,11 @@ public:
     return Ok("SetFullScreen") && Place(handle, window, true);
   }
   void* ContextWindow(void* handle) override { return handle ? Made(handle).window : nullptr; }
-  void SetSwapInterval(void* handle, int interval) override {
-    Made(handle).swapInterval = interval;
-  }
+  void SetSwapInterval(void* handle, int i) override { Made(handle).swapInterval = i; }
   bool MakeCurrent(void* handle) override {
-    const bool refused =
-        handle && (!Ok("MakeCurrent") || !OwnsContext(handle) || !Made(handle).window);
-    return refused ? false : (context = handle, true);
+    const bool usable =
+        !handle || (Ok("MakeCurrent") && OwnsContext(handle) && Made(handle).window);
+    return usable && (context = handle, true);
   }
   void DestroyContext(void* handle) override { handle && (Made(handle).destroyed = true); }
   bool OwnsContext(void* handle) override { return handle && !Made(handle).destroyed; }

@@ -1,6 +1,5 @@
-// A host as an engine build makes one: linked to nothing of ours, it loads the plug-in with dlopen
-// and drives it through the interface alone, with a logger of its own that must get the plug-in's
-// lines, or with the framework's.
+// A host linked to nothing of ours loads the plug-in and drives it through the interface alone,
+// with a logger of its own that must get the plug-in's lines, or with the framework's.
 #include <dlfcn.h>
 
 #include <cstdarg>
@@ -23,9 +22,7 @@ __attribute__((visibility("default"))) void Output(const char* format, ...) {
 }  // namespace Kelo::Log
 #endif
 
-static int Fail(const std::string& why) {
-  return std::fprintf(stderr, "probe failed: %s\n", why.c_str()), 1;
-}
+static int Fail(const char* why) { return std::fprintf(stderr, "probe failed: %s\n", why), 1; }
 
 int main(int, char** argv) {
   void* plugin = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
@@ -39,7 +36,8 @@ int main(int, char** argv) {
   delete video;
   if (accepted) return Fail("a windowed mode without a window was accepted");
 #ifdef KELO_PROBE_OWN_LOGGER
-  if (logged != "[kelo-agl] invalid window handle.\n") return Fail("own logger got " + logged);
+  if (logged != "[kelo-agl] invalid window handle.\n")
+    return Fail(("own logger got " + logged).c_str());
 #endif
   return 0;
 }
