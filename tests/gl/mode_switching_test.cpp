@@ -19,7 +19,8 @@ namespace {
 using Support::ScriptedPlatform;
 
 constexpr unsigned kDisplay = 2;
-const DisplayMode kWin{320, 240, 24, true, 60}, kFull{1024, 768, 32, false, 85};
+const DisplayMode kWin{320, 240, 24, true, 60}, kFull{1024, 768, 32, false, 85},
+    k16{800, 600, 16, false, 60};
 
 std::vector<int> Viewport() {
   std::vector<int> viewport(4);
@@ -40,9 +41,7 @@ protected:
     device.ReleaseDevice(kDisplay);
     GLTest::TearDown();
   }
-  bool Set(const DisplayMode& mode, void* target = nullptr) {
-    return device.SetDisplayMode(target ? target : &window, mode, true);
-  }
+  bool Set(const DisplayMode& mode) { return device.SetDisplayMode(&window, mode, true); }
 
   int window = 0, deadWindow = 0;
   ScriptedPlatform platform;
@@ -53,14 +52,13 @@ protected:
 // The storage starts once and stays while modes change, so shapes outlive them.
 TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOld) {
   device.ReleaseDevice(kDisplay);
-  const DisplayMode k16{800, 600, 16, false, 60}, kDesktop{1280, 800, 32, false, 60};
   // clang-format off
   const struct { std::optional<DisplayMode> from; DisplayMode request; bool vsync, stencil;
                  std::map<unsigned, DisplayMode> switches; } cases[] = {
       {{}, kWin, false, true, {}}, {{}, kFull, true, true, {{kDisplay, kFull}}},
       {{}, kFull, true, false, {{kDisplay, kFull}}}, {kWin, kWin, true, true, {}},
       {kWin, kWin, false, false, {}}, {kWin, kFull, false, true, {{kDisplay, kFull}}},
-      {kFull, kWin, false, true, {{kDisplay, kDesktop}}},
+      {kFull, kWin, false, true, {{kDisplay, {1280, 800, 32, false, 60}}}},
       {kFull, k16, true, true, {{kDisplay, k16}}}};
   // clang-format on
   for (const auto& c : cases) {
@@ -128,7 +126,7 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
     platform.CaptureDisplay(kDisplay);
     const std::size_t handlers = platform.handlers.size();
     platform.refused = {c.refused ? c.refused : ""};
-    EXPECT_FALSE(Set(c.request, c.refused ? &window : &deadWindow));
+    EXPECT_FALSE(device.SetDisplayMode(c.refused ? &window : &deadWindow, c.request, true));
     EXPECT_EQ(std::make_tuple(log.Lines(), platform.context, device.currentMode,
                               platform.IsDisplayCaptured(kDisplay), platform.handlers.size()),
               std::make_tuple(c.lines, old, c.modeRecorded ? c.request : c.from, c.capturedAfter,
@@ -144,8 +142,7 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
 TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
   ASSERT_TRUE(Set(kFull));
   IOpenGL::windowEventHandler({kEventWindowDetach, &window, std::nullopt}, &device);
-  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, &window)
-      << "full screen stays attached";
+  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, &window) << "full screen stays";
   ASSERT_TRUE(Set(kWin));
   log.Clear();
   platform.Send({kEventWindowBoundsChanged, &window, kWindowBoundsChangeSizeChanged});
@@ -165,8 +162,7 @@ TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
     EXPECT_EQ(IOpenGL::windowEventHandler(c.first, &device), kEventNotHandled);
     EXPECT_EQ(log.StartUps(), c.second) << "case " << &c - cases;
   }
-  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, nullptr)
-      << "the windowed context is detached";
+  EXPECT_EQ(ScriptedPlatform::Made(platform.context).window, nullptr) << "windowed detaches";
 }
 
 }  // namespace

@@ -14,9 +14,8 @@
 
 namespace Kelo::Support {
 
-// The platform while it lives, scripted by the test; GL comes from SDL. Contexts and formats are
-// records whose address is their handle. Operations named in `refused` fail, and "ExactMode"
-// makes the best mode differ, "StencilFormat" leaves no format with a stencil buffer.
+// The platform while it lives; GL comes from SDL. Contexts and formats are records' addresses.
+// `refused` operations fail; "ExactMode" finds an inexact mode, "StencilFormat" no stencil format.
 class ScriptedPlatform final : public Platform {
 public:
   struct Display {
