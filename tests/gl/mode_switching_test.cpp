@@ -33,6 +33,7 @@ protected:
   void SetUp() override {
     GLTest::SetUp();
     platform.windows = {&window};
+    // The dead window has a size, so only its being dead stops a resize.
     platform.contentSizes = {{&window, {200, 100}}, {&deadWindow, {10, 10}}};
     ASSERT_TRUE(device.Init());
     device.displayId = kDisplay;
