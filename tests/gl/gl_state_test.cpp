@@ -40,18 +40,16 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   glTranslatef(1, 0, 0);
   device.InitGL(32, 16);
   Support::DrainGLErrors();
-  // clang-format off
-  const std::pair<GLenum, GLfloat> expected[] = {
-      {GL_MULTISAMPLE, 1}, {GL_POINT_SMOOTH, 1}, {GL_LINE_SMOOTH, 1}, {GL_BLEND, 0},
-      {GL_SCISSOR_TEST, 0}, {GL_STENCIL_TEST, 0}, {GL_DEPTH_TEST, 0}, {GL_TEXTURE_2D, 0},
-      {GL_SHADE_MODEL, GL_SMOOTH}, {GL_DEPTH_FUNC, GL_LEQUAL}, {GL_BLEND_SRC, GL_SRC_ALPHA},
-      {GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA}, {GL_POINT_SMOOTH_HINT, GL_NICEST},
-      {GL_LINE_SMOOTH_HINT, GL_NICEST}, {GL_POLYGON_SMOOTH_HINT, GL_NICEST},
-      {GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST}, {GL_MATRIX_MODE, GL_MODELVIEW},
-      {GL_DEPTH_CLEAR_VALUE, 1}};
-  // clang-format on
-  for (const auto& [name, value] : expected)
-    EXPECT_EQ(State(name, 1)[0], value) << std::hex << name;
+  Floats actual;
+  for (GLenum name :
+       {GL_MULTISAMPLE, GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_BLEND, GL_SCISSOR_TEST, GL_STENCIL_TEST,
+        GL_DEPTH_TEST, GL_TEXTURE_2D, GL_SHADE_MODEL, GL_DEPTH_FUNC, GL_BLEND_SRC, GL_BLEND_DST,
+        GL_POINT_SMOOTH_HINT, GL_LINE_SMOOTH_HINT, GL_POLYGON_SMOOTH_HINT,
+        GL_PERSPECTIVE_CORRECTION_HINT, GL_MATRIX_MODE, GL_DEPTH_CLEAR_VALUE})
+    actual.push_back(State(name, 1)[0]);
+  EXPECT_EQ(actual, (Floats{1, 1, 1, 0, 0, 0, 0, 0, GL_SMOOTH, GL_LEQUAL, GL_SRC_ALPHA,
+                            GL_ONE_MINUS_SRC_ALPHA, GL_NICEST, GL_NICEST, GL_NICEST, GL_NICEST,
+                            GL_MODELVIEW, 1}));
   EXPECT_EQ(State(GL_DEPTH_RANGE, 2), (Floats{1, 0}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
   const Floats projection = State(GL_PROJECTION_MATRIX, 16);

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "kelo/colors.h"
 #include "shapes/opengl_shape.h"
@@ -19,9 +22,7 @@ using Bytes = std::vector<unsigned char>;
 // Texture coordinates with t <= 0, which stored and unstored strips agree on.
 const Points kFlippedTexcoords = {{0, 0}, {1, 0}, {0, -1}, {1, -1}};
 
-Points Band(float left, float right = 32) {
-  return {{left, -32}, {right, -32}, {left, 32}, {right, 32}};
-}
+Points Band(float l, float r = 32) { return {{l, -32}, {r, -32}, {l, 32}, {r, 32}}; }
 
 template <typename T, std::size_t N>
 Bytes BytesOf(const T (&vertices)[N]) {
@@ -62,9 +63,8 @@ protected:
   }
 };
 
-// The current colour keeps SetColor's opacity byte and draws the host's points,
-// tinted on the GLSL paths; texture combining tints only under a texture.
-// llvmpipe rounds the product of two colours either way.
+// The current colour keeps SetColor's opacity byte and tints the host's points on the GLSL
+// paths; texture combining tints only under a texture. llvmpipe rounds products either way.
 TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
   const ColorPath path = Support::ExpectedColorPath();
   device.SetColor({255, 128, 255}, 0.5f);
@@ -84,9 +84,8 @@ TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
   EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
 
-// In a batch, opacity blends (llvmpipe rounds either way) and pixels under any
-// clip, two included, stay open for every draw; afterwards neither holds.
-// Clear empties earlier stencils.
+// In a batch only, opacity blends and pixels under any clip, two included, stay open for
+// every draw. Clear empties earlier stencils.
 TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
   const unsigned long clips[] = {Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)};
   const unsigned long blue = Store(Band(-32), BLUE), red = Store(Band(-32), RED, 0.5f);
@@ -107,20 +106,19 @@ TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
   EXPECT_PIXEL_NEAR(52, 32, (Rgba{255, 0, 0, 255}), 0);
 }
 
-// A texture batch modulates whatever mode the host left. Stored strips keep
-// |t|; unstored ones mirror t through the texture matrix, which only the ARB
-// program and the fixed pipeline apply; a fan of the same points misses (56, 24).
+// A texture batch modulates whatever mode the host left. Stored strips keep |t|; unstored
+// ones mirror t through the texture matrix, which only the ARB program and the fixed
+// pipeline apply; a fan of the same points misses (56, 24).
 TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   const ColorPath path = Support::ExpectedColorPath();
-  const bool drawn[] = {path != ColorPath::TextureCombine, path >= ColorPath::ARBProgram};
   const unsigned long strip = Store(Band(-32), WHITE, 1.0f, kFlippedTexcoords);
   unsigned long& checker = textures.emplace_back();
   ASSERT_TRUE(device.CreateTexture(checker, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
   device.BeginTextureBatch(checker);
   const std::vector<GLfloat> matrix = State(GL_TEXTURE_MATRIX, 16);
-  for (int unstored : {0, 1}) {
-    if (!drawn[unstored]) continue;
+  for (bool unstored : {false, true}) {
+    if (unstored ? path < ColorPath::ARBProgram : path == ColorPath::TextureCombine) continue;
     device.Clear(BLACK);
     glDisableClientState(GL_VERTEX_ARRAY);
     unstored ? device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(-32).data(), kFlippedTexcoords.data())
@@ -142,8 +140,7 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   EXPECT_EQ(device.GetWidthTexture(0) + device.GetHeightTexture(0), 0);
 }
 
-// Every kind packs (s, t, r, g, b, a, x, y, z) with texture coordinates, and
-// (r, g, b, a, x, y) without; only strips store |t|. No other kind is stored.
+// Only strips store |t|; no other kind is stored.
 TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   const Points points = {{1.5f, -2.0f}, {3.0f, 4.0f}};
   for (SHAPE_TYPE type : {SHAPE_LINES, SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES}) {
@@ -166,12 +163,10 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   EXPECT_EQ(refused, 0u);
 }
 
-// Stored draws keep pointers and tint while OpenGL still shows them. Whatever
-// happens between, each shape shows in its place in the current colour (white
-// under white takes the tint on every path), arrays as glInterleavedArrays
-// leaves them. In storage order: textured, coloured, textured 5.5 vertices
-// after the first, textured 4 after that, coloured and larger than a buffer;
-// each a strip whose last four vertices span a 16-pixel square.
+// Stored draws keep pointers and tint while OpenGL still shows them. Whatever happens
+// between, each shape shows in the current colour (white under white takes the tint on every
+// path). Stored: textured, coloured, textured 5.5 vertices after the first, textured 4 after
+// that, coloured and larger than a buffer; each a strip ending in a 16-pixel square.
 TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
   unsigned long& texture = textures.emplace_back();
   ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels + 12, 1, 1));
