@@ -9,11 +9,10 @@ namespace {
 using Support::ColorPath;
 using Support::State;
 using Floats = std::vector<GLfloat>;
-using StartupTest = Support::DeviceTest;
-using TransformsTest = Support::DeviceTest;
+using GLStateTest = Support::DeviceTest;
 
 // On the GLSL paths the released program stays in use: GL only marks it.
-TEST_F(StartupTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
+TEST_F(GLStateTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
   const ColorPath path = Support::ExpectedColorPath();
   if (path == ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
   const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
@@ -31,15 +30,18 @@ TEST_F(StartupTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
   device.shaderFlags = {};
 }
 
-// Again after the host changed the state: the viewport follows the arguments,
-// the camera the stored mode.
-TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
+// The viewport follows the arguments, the camera the stored mode.
+TEST_F(GLStateTest, SetsTheFixedStateDrawingReliesOn) {
   for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
   glDisable(GL_MULTISAMPLE);
   glShadeModel(GL_FLAT);
   glTranslatef(1, 0, 0);
   device.InitGL(32, 16);
   Support::DrainGLErrors();
+  const Floats projection = State(GL_PROJECTION_MATRIX, 16), range = State(GL_DEPTH_RANGE, 2);
+  EXPECT_EQ((Floats{projection[0] * kWidth, projection[5] * kHeight, range[0], range[1],
+                    State(GL_MODELVIEW_MATRIX, 16)[12]}),
+            (Floats{2, 2, 1, 0, 0}));
   Floats actual;
   for (GLenum name :
        {GL_MULTISAMPLE, GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_BLEND, GL_SCISSOR_TEST, GL_STENCIL_TEST,
@@ -50,18 +52,12 @@ TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
   EXPECT_EQ(actual, (Floats{1, 1, 1, 0, 0, 0, 0, 0, GL_SMOOTH, GL_LEQUAL, GL_SRC_ALPHA,
                             GL_ONE_MINUS_SRC_ALPHA, GL_NICEST, GL_NICEST, GL_NICEST, GL_NICEST,
                             GL_MODELVIEW, 1}));
-  EXPECT_EQ(State(GL_DEPTH_RANGE, 2), (Floats{1, 0}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
-  const Floats projection = State(GL_PROJECTION_MATRIX, 16);
-  EXPECT_EQ((Floats{projection[0], projection[5]}), (Floats{2.0f / kWidth, 2.0f / kHeight}));
-  EXPECT_EQ(State(GL_MODELVIEW_MATRIX, 16)[12], 0.0f);
 }
 
-// The camera puts the origin at the centre with y up; the world transform is
-// the row-major 2 x 3 matrix and replaces the last one; the view transform is
-// only recorded. The viewport and the scissor box take the top-left rectangle
-// flipped against the mode's height.
-TEST_F(TransformsTest, PlaceWhatIsDrawnAndFlipTheViewport) {
+// The world transform replaces the last one; the view transform is only recorded. The
+// viewport and scissor box take the top-left rectangle flipped against the mode's height.
+TEST_F(GLStateTest, TransformsPlaceWhatIsDrawnAndFlipTheViewport) {
   const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
       {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
       {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
