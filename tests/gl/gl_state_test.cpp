@@ -30,8 +30,25 @@ TEST_F(GLStateTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
   device.shaderFlags = {};
 }
 
-// The viewport follows the arguments, the camera the stored mode.
-TEST_F(GLStateTest, SetsTheFixedStateDrawingReliesOn) {
+// The world transform replaces the last one; the view transform is only recorded. The
+// viewport and scissor box take the top-left rectangle flipped against the mode's height.
+TEST_F(GLStateTest, TransformsPlaceWhatIsDrawnOnTheFixedStateDrawingReliesOn) {
+  const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
+      {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
+      {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
+      {{{2, 1, 0, 1, 2, 0}}, {1, 1, 2, 2}, 36, 36, 33, 33}};
+  for (const auto& [world, box, inX, inY, outX, outY] : cases) {
+    device.SetViewTransform(Matrix{{2, 3, 4, 5, 6, 7}});
+    device.SetWorldTransform(world);
+    device.SetWorldTransform(world);
+    device.Clear(BLACK);
+    glRectf(box[0], box[1], box[2], box[3]);
+    EXPECT_PIXEL_NEAR(inX, inY, (Support::Rgba{255, 255, 255, 255}), 0);
+    EXPECT_PIXEL_NEAR(outX, outY, (Support::Rgba{0, 0, 0, 255}), 0);
+  }
+  EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
+            (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));
+  // Again once the host changed the state; the camera follows the stored mode.
   for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
   glDisable(GL_MULTISAMPLE);
   glShadeModel(GL_FLAT);
@@ -53,26 +70,6 @@ TEST_F(GLStateTest, SetsTheFixedStateDrawingReliesOn) {
                             GL_ONE_MINUS_SRC_ALPHA, GL_NICEST, GL_NICEST, GL_NICEST, GL_NICEST,
                             GL_MODELVIEW, 1}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
-}
-
-// The world transform replaces the last one; the view transform is only recorded. The
-// viewport and scissor box take the top-left rectangle flipped against the mode's height.
-TEST_F(GLStateTest, TransformsPlaceWhatIsDrawnAndFlipTheViewport) {
-  const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
-      {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
-      {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
-      {{{2, 1, 0, 1, 2, 0}}, {1, 1, 2, 2}, 36, 36, 33, 33}};
-  for (const auto& [world, box, inX, inY, outX, outY] : cases) {
-    device.SetViewTransform(Matrix{{2, 3, 4, 5, 6, 7}});
-    device.SetWorldTransform(world);
-    device.SetWorldTransform(world);
-    device.Clear(BLACK);
-    glRectf(box[0], box[1], box[2], box[3]);
-    EXPECT_PIXEL_NEAR(inX, inY, (Support::Rgba{255, 255, 255, 255}), 0);
-    EXPECT_PIXEL_NEAR(outX, outY, (Support::Rgba{0, 0, 0, 255}), 0);
-  }
-  EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
-            (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));
   device.currentMode.height = 80;
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));

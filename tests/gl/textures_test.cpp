@@ -20,8 +20,7 @@ constexpr auto kPng = Support::ImageKind::Png;
 class TexturesTest : public Support::DeviceTest {
 protected:
   Bytes TexelsOf(unsigned long handle, GLenum layout, int channels) {
-    textures.push_back(handle);
-    Bytes texels(static_cast<size_t>(device.GetWidthTexture(handle) *
+    Bytes texels(static_cast<size_t>(device.GetWidthTexture(textures.back()) *
                                      device.GetHeightTexture(handle) * channels));
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glGetTexImage(GL_TEXTURE_2D, 0, layout, GL_UNSIGNED_BYTE, texels.data());
@@ -39,16 +38,16 @@ TEST_F(TexturesTest, RawBlocksUploadTightlyPackedRowsOfEachFormat) {
     EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), format, kPixels, 2, 2)) << format;
   for (const auto& [format, width, height, channels, layout] : cases) {
     const Bytes pixels = Support::Gradient(width, height, channels);
-    unsigned long handle = 0;
-    ASSERT_TRUE(device.CreateTexture(handle, format, pixels.data(), width, height));
+    ASSERT_TRUE(
+        device.CreateTexture(textures.emplace_back(), format, pixels.data(), width, height));
     EXPECT_EQ(Support::State(GL_UNPACK_ALIGNMENT, 1)[0], 4) << "the host's is put back";
-    const Bytes texels = TexelsOf(handle, layout, channels);
+    const Bytes texels = TexelsOf(textures.back(), layout, channels);
     std::vector<GLint> parameters(4);  // magnify, minify, wrap s and t: consecutive names
     for (int i = 0; i < 4; ++i)
       glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER + i, &parameters[i]);
     EXPECT_EQ(parameters, (std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_CLAMP, GL_CLAMP}));
     EXPECT_TRUE(kPowerOfTwoOnly || texels == pixels) << format;
-    EXPECT_EQ(device.GetWidthTexture(handle), kPowerOfTwoOnly && width == 3 ? 4 : width);
+    EXPECT_EQ(device.GetWidthTexture(textures.back()), kPowerOfTwoOnly && width == 3 ? 4 : width);
   }
 }
 
@@ -67,9 +66,9 @@ TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
   };
   EXPECT_FALSE(device.CreateFontTexture(textures.emplace_back(), IMAGE_RGB888, kPixels, 2, 2));
   for (const auto& [format, source, width, height, expected] : cases) {
-    unsigned long handle = 0;
-    ASSERT_TRUE(device.CreateFontTexture(handle, format, source.data(), width, height));
-    const Bytes texels = TexelsOf(handle, GL_LUMINANCE_ALPHA, 2);
+    ASSERT_TRUE(
+        device.CreateFontTexture(textures.emplace_back(), format, source.data(), width, height));
+    const Bytes texels = TexelsOf(textures.back(), GL_LUMINANCE_ALPHA, 2);
     for (const auto& [element, texel] : expected)
       EXPECT_EQ(texels[2 * element] << 8 | texels[2 * element + 1], texel) << "element " << element;
   }
@@ -78,17 +77,16 @@ TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
 TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly) {
   const Bytes rgba = {0xFF, 0x00, 0xFF, 0x80, 0xFF, 0x00, 0xFE, 0x80,
                       0x10, 0x20, 0x30, 0xFF, 0xFF, 0x00, 0xFF, 0xFF};
-  unsigned long plain = 0, keyed = 0, opaque = 0;
   const std::string path = Support::WriteImage(folder, "keyed.png", kPng, 2, 2, 4, rgba);
-  ASSERT_TRUE(device.CreateTexture(plain, path.c_str()));
-  EXPECT_EQ(TexelsOf(plain, GL_RGBA, 4), rgba);
-  ASSERT_TRUE(device.CreateTexture(keyed, path.c_str(), FUCHSIA));
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), path.c_str()));
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4), rgba);
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), path.c_str(), FUCHSIA));
   Bytes expected = rgba;
   expected[3] = expected[15] = 0;
-  EXPECT_EQ(TexelsOf(keyed, GL_RGBA, 4), expected);
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4), expected);
   const std::string opaquePath = Support::WriteImage(folder, "opaque.png", kPng, 2, 2, 3, rgba);
-  ASSERT_TRUE(device.CreateTexture(opaque, opaquePath.c_str(), FUCHSIA));
-  EXPECT_EQ(TexelsOf(opaque, GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), opaquePath.c_str(), FUCHSIA));
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
   std::ofstream(folder.Path("corrupt.png")) << "\x89PNG\r\n\x1a\n not really";
   for (const char* name : {"missing.png", "corrupt.png"}) {
     unsigned long &failed = textures.emplace_back(), &failedKeyed = textures.emplace_back();

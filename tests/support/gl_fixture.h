@@ -72,7 +72,6 @@ protected:
     if (!VRAMManager) VRAMManager = new OGLVRAM;
     ASSERT_TRUE(VRAMManager->Init());
     device.SetColor(WHITE, 1.0f);
-    device.Clear(BLACK);
   }
   void TearDown() override {
     for (unsigned long shape : shapes) device.ReleaseShape(shape);
