@@ -61,49 +61,13 @@ protected:
   }
 };
 
-// The current colour keeps SetColor's opacity byte and tints the host's points on the GLSL
-// paths; texture combining tints only under a texture. llvmpipe rounds products either way.
-TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
-  const ColorPath path = Support::ExpectedColorPath();
-  device.SetColor({255, 128, 255}, 0.5f);
-  Draw({Store(Band(-32, 0), {200, 100, 50}, 1.0f, kFlippedTexcoords)});
-  EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
-            (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
-  const GLfloat bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
-  device.SetColor(YELLOW, 1.0f);
-  glDisableClientState(GL_VERTEX_ARRAY);
-  device.DrawShape(SHAPE_TYPE(4), 4, Band(-32).data(), nullptr);
-  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
-  const bool combine = path == ColorPath::TextureCombine, glsl = path < ColorPath::ARBProgram;
-  EXPECT_PIXEL_NEAR(16, 32, (combine ? Rgba{200, 100, 50, 255} : Rgba{200, 50, 50, 255}), 1);
-  EXPECT_PIXEL_NEAR(48, 32, (glsl ? Rgba{255, 128, 0, 255} : Rgba{255, 255, 0, 255}), 1);
-  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
-  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
-  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
-}
-
-// In a batch only, opacity blends and pixels under any clip, two included, stay open for
-// every draw. Clear empties earlier stencils.
-TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
-  const unsigned long blue = Store(Band(-32), BLUE), red = Store(Band(-32), RED, 0.5f);
-  glClearStencil(1);
-  glClear(GL_STENCIL_BUFFER_BIT);
-  glClearStencil(0);
-  device.Clear(BLACK);
-  device.BeginShapeBatch();
-  Draw({Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)}, &IOpenGL::ClipShape);
-  Draw({blue, red});
-  for (int x : {4, 20, 36}) EXPECT_PIXEL_NEAR(x, 32, (Rgba{127, 0, 128, 255}), 1);
-  EXPECT_PIXEL_NEAR(52, 32, (Rgba{0, 0, 0, 255}), 0);
-  device.EndShapeBatch();
-  Draw({red});
-  EXPECT_PIXEL_NEAR(52, 32, (Rgba{255, 0, 0, 255}), 0);
-}
-
 // A texture batch modulates whatever mode the host left. Stored strips keep |t|; unstored
 // ones mirror t through the texture matrix, which only the ARB program and the fixed
-// pipeline apply; a fan of the same points misses (56, 24).
-TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
+// pipeline apply; a fan of the same points misses (56, 24). In a shape batch only, opacity
+// blends and pixels under any clip, two included, stay open for every draw. The current
+// colour keeps SetColor's opacity byte and tints the host's points on the GLSL paths;
+// texture combining tints only under a texture. llvmpipe rounds products either way.
+TEST_F(ShapesTest, DrawsTexturedBlendedClippedAndTintedShapes) {
   const ColorPath path = Support::ExpectedColorPath();
   const unsigned long strip = Store(Band(-32), WHITE, 1.0f, kFlippedTexcoords);
   ASSERT_TRUE(
@@ -132,6 +96,34 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   EXPECT_EQ(State(GL_TEXTURE_BINDING_2D, 1)[0], 0);
   device.EndTextureBatch();
   EXPECT_EQ(device.GetWidthTexture(0) + device.GetHeightTexture(0), 0);
+  const unsigned long blue = Store(Band(-32), BLUE), red = Store(Band(-32), RED, 0.5f);
+  glClearStencil(1);
+  glClear(GL_STENCIL_BUFFER_BIT);
+  glClearStencil(0);
+  device.Clear(BLACK);
+  device.BeginShapeBatch();
+  Draw({Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)}, &IOpenGL::ClipShape);
+  Draw({blue, red});
+  for (int x : {4, 20, 36}) EXPECT_PIXEL_NEAR(x, 32, (Rgba{127, 0, 128, 255}), 1);
+  EXPECT_PIXEL_NEAR(52, 32, (Rgba{0, 0, 0, 255}), 0);
+  device.EndShapeBatch();
+  Draw({red});
+  EXPECT_PIXEL_NEAR(52, 32, (Rgba{255, 0, 0, 255}), 0);
+  device.SetColor({255, 128, 255}, 0.5f);
+  Draw({Store(Band(-32, 0), {200, 100, 50}, 1.0f, kFlippedTexcoords)});
+  EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
+            (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
+  const GLfloat bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
+  device.SetColor(YELLOW, 1.0f);
+  glDisableClientState(GL_VERTEX_ARRAY);
+  device.DrawShape(SHAPE_TYPE(4), 4, Band(-32).data(), nullptr);
+  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
+  const bool combine = path == ColorPath::TextureCombine, glsl = path < ColorPath::ARBProgram;
+  EXPECT_PIXEL_NEAR(16, 32, (combine ? Rgba{200, 100, 50, 255} : Rgba{200, 50, 50, 255}), 1);
+  EXPECT_PIXEL_NEAR(48, 32, (glsl ? Rgba{255, 128, 0, 255} : Rgba{255, 255, 0, 255}), 1);
+  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
+  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
+  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
 }
 
 // Only strips store |t|; no other kind is stored.
