@@ -11,28 +11,9 @@ using Support::State;
 using Floats = std::vector<GLfloat>;
 using GLStateTest = Support::DeviceTest;
 
-// On the GLSL paths the released program stays in use: GL only marks it.
-TEST_F(GLStateTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
-  const ColorPath path = Support::ExpectedColorPath();
-  if (path == ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
-  const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
-                               "[kelo-opengl] will use [GL_ARB_vertex_shader] shader.\n",
-                               "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
-                               "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
-  EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
-  device.ReleaseGL();
-  GLint deleted = path == ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
-  if (path < ColorPath::ARBProgram) {
-    reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
-        "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
-  }
-  EXPECT_EQ(deleted && device.program, path != ColorPath::TextureCombine);
-  device.shaderFlags = {};
-}
-
 // The world transform replaces the last one; the view transform is only recorded. The
 // viewport and scissor box take the top-left rectangle flipped against the mode's height.
-TEST_F(GLStateTest, TransformsPlaceWhatIsDrawnOnTheFixedStateDrawingReliesOn) {
+TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
       {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
       {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
@@ -74,6 +55,22 @@ TEST_F(GLStateTest, TransformsPlaceWhatIsDrawnOnTheFixedStateDrawingReliesOn) {
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));
   EXPECT_EQ(State(GL_SCISSOR_BOX, 4), (Floats{10, 10, 30, 50}));
+  // On the GLSL paths the released program stays in use: GL only marks it.
+  const ColorPath path = Support::ExpectedColorPath();
+  if (path == ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
+  const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
+                               "[kelo-opengl] will use [GL_ARB_vertex_shader] shader.\n",
+                               "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
+                               "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
+  EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
+  device.ReleaseGL();
+  GLint deleted = path == ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
+  if (path < ColorPath::ARBProgram) {
+    reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
+        "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
+  }
+  EXPECT_EQ(deleted && device.program, path != ColorPath::TextureCombine);
+  device.shaderFlags = {};
 }
 
 }  // namespace

@@ -29,7 +29,9 @@ protected:
   Support::TempFolder folder;
 };
 
-TEST_F(TexturesTest, RawBlocksUploadTightlyPackedRowsOfEachFormat) {
+// Grey fonts are white with the grey as alpha; an RGBA font's texel is the source's lowest
+// byte twice, and row y of an RGBA block starts at element y * height.
+TEST_F(TexturesTest, RawBlocksUploadTightlyPackedAndFontsAsLuminanceAlpha) {
   const std::tuple<IMAGE_FORMAT, int, int, int, GLenum> cases[] = {
       {IMAGE_L8, 3, 2, 1, GL_LUMINANCE},
       {IMAGE_RGB888, 3, 3, 3, GL_RGB},
@@ -49,23 +51,18 @@ TEST_F(TexturesTest, RawBlocksUploadTightlyPackedRowsOfEachFormat) {
     EXPECT_TRUE(kPowerOfTwoOnly || texels == pixels) << format;
     EXPECT_EQ(device.GetWidthTexture(textures.back()), kPowerOfTwoOnly && width == 3 ? 4 : width);
   }
-}
-
-// Grey fonts are white with the grey as alpha; an RGBA font's texel is the source's lowest
-// byte twice, and row y of an RGBA block starts at element y * height.
-TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
   Bytes wide(8 * 4 * 4, 0);  // pixel (x, y) carries 1 + 8y + x
   for (int i = 0; i < 32; ++i) wide[4 * i] = static_cast<unsigned char>(1 + i);
   const Bytes words = {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF, 1, 0, 0, 0, 2, 0, 0, 1};
   using Texels = std::vector<std::pair<int, int>>;
-  const std::tuple<IMAGE_FORMAT, Bytes, unsigned, unsigned, Texels> cases[] = {
+  const std::tuple<IMAGE_FORMAT, Bytes, unsigned, unsigned, Texels> fonts[] = {
       {IMAGE_L8, {0x00, 0xFF}, 2, 1, {{0, 0xFF00}, {1, 0xFFFF}}},
       {IMAGE_RGBA8888, words, 4, 1, {{0, 0x8080}, {1, 0}, {2, 0x0101}, {3, 0x0202}}},
       {IMAGE_RGBA8888, wide, 8, 4, {{0, 0x101}, {4, 0x909}, {12, 0x1919}, {19, 0x2020}, {20, 0}}},
       {IMAGE_RGBA8888, Bytes(2 * 6 * 4, 0xAB), 2, 6, {{0, 0xABAB}}},
   };
   EXPECT_FALSE(device.CreateFontTexture(textures.emplace_back(), IMAGE_RGB888, kPixels, 2, 2));
-  for (const auto& [format, source, width, height, expected] : cases) {
+  for (const auto& [format, source, width, height, expected] : fonts) {
     ASSERT_TRUE(
         device.CreateFontTexture(textures.emplace_back(), format, source.data(), width, height));
     const Bytes texels = TexelsOf(textures.back(), GL_LUMINANCE_ALPHA, 2);
