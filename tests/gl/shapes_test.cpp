@@ -67,7 +67,7 @@ protected:
 // blends and pixels under any clip, two included, stay open for every draw. The current
 // colour keeps SetColor's opacity byte and tints the host's points on the GLSL paths;
 // texture combining tints only under a texture. llvmpipe rounds products either way.
-TEST_F(ShapesTest, DrawsTexturedBlendedClippedAndTintedShapes) {
+TEST_F(ShapesTest, DrawsTexturedBlendedClippedAndTintedShapesAndStoresTheirLayouts) {
   const ColorPath path = Support::ExpectedColorPath();
   const unsigned long strip = Store(Band(-32), WHITE, 1.0f, kFlippedTexcoords);
   ASSERT_TRUE(
@@ -124,10 +124,7 @@ TEST_F(ShapesTest, DrawsTexturedBlendedClippedAndTintedShapes) {
   EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
   EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
   EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
-}
-
-// Only strips store |t|; no other kind is stored.
-TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
+  // Only strips store |t|; no other kind is stored.
   const Points points = {{1.5f, -2.0f}, {3.0f, 4.0f}};
   for (SHAPE_TYPE type : {SHAPE_LINES, SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES}) {
     const float t0 = type == SHAPE_TRIANGLE_STRIP ? 1.0f : -1.0f;
@@ -147,10 +144,10 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   EXPECT_EQ(refused, 0u);
 }
 
-// Stored draws keep pointers and tint while OpenGL still shows them. Whatever happens
-// between, each shape shows in the current colour (white under white takes the tint on every
-// path). Stored: textured, coloured, textured 5.5 vertices after the first, textured 4 after
-// that, coloured and larger than a buffer; each a strip ending in a 16-pixel square.
+// Stored draws keep pointers and tint while OpenGL still shows them; whatever happens between,
+// each shape shows in the current colour (white under white takes the tint on every path).
+// Stored: textured, coloured, textured 5.5 vertices after the first, textured 4 after that,
+// coloured and larger than a buffer; each a strip ending in a 16-pixel square.
 TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
   ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), IMAGE_RGBA8888,
                                    Support::kCheckerTexels + 12, 1, 1));
@@ -173,8 +170,7 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
       {"the colour array off", [] { glDisableClientState(GL_COLOR_ARRAY); }},
       {"the texture coordinate array on", [] { glEnableClientState(GL_TEXTURE_COORD_ARRAY); }},
       {"the normal array on", [] { glEnableClientState(GL_NORMAL_ARRAY); }},
-      {"a draw in another context",
-       [&] {
+      {"a draw in another context", [&] {
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 1);
          SDL_GLContext second = SDL_GL_CreateContext(window);
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 0);
@@ -183,8 +179,7 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
          Draw({s[4]});
          SDL_GL_MakeCurrent(window, context);
          SDL_GL_DeleteContext(second);
-       }},
-  };
+       }}};
   for (const auto& [name, between] : cases) {
     SCOPED_TRACE(name);
     device.SetColor(RED, 1.0f);

@@ -51,16 +51,14 @@ TEST_F(TexturesTest, RawBlocksUploadTightlyPackedAndFontsAsLuminanceAlpha) {
     EXPECT_TRUE(kPowerOfTwoOnly || texels == pixels) << format;
     EXPECT_EQ(device.GetWidthTexture(textures.back()), kPowerOfTwoOnly && width == 3 ? 4 : width);
   }
-  Bytes wide(8 * 4 * 4, 0);  // pixel (x, y) carries 1 + 8y + x
-  for (int i = 0; i < 32; ++i) wide[4 * i] = static_cast<unsigned char>(1 + i);
+  const Bytes wide = Support::Gradient(8, 4, 4);
   const Bytes words = {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF, 1, 0, 0, 0, 2, 0, 0, 1};
   using Texels = std::vector<std::pair<int, int>>;
   const std::tuple<IMAGE_FORMAT, Bytes, unsigned, unsigned, Texels> fonts[] = {
       {IMAGE_L8, {0x00, 0xFF}, 2, 1, {{0, 0xFF00}, {1, 0xFFFF}}},
       {IMAGE_RGBA8888, words, 4, 1, {{0, 0x8080}, {1, 0}, {2, 0x0101}, {3, 0x0202}}},
-      {IMAGE_RGBA8888, wide, 8, 4, {{0, 0x101}, {4, 0x909}, {12, 0x1919}, {19, 0x2020}, {20, 0}}},
-      {IMAGE_RGBA8888, Bytes(2 * 6 * 4, 0xAB), 2, 6, {{0, 0xABAB}}},
-  };
+      {IMAGE_RGBA8888, wide, 8, 4, {{0, 0x0B0B}, {4, 0xABAB}, {12, 0xEBEB}, {19, 0xF7F7}, {20, 0}}},
+      {IMAGE_RGBA8888, Bytes(2 * 6 * 4, 0xAB), 2, 6, {{0, 0xABAB}}}};
   EXPECT_FALSE(device.CreateFontTexture(textures.emplace_back(), IMAGE_RGB888, kPixels, 2, 2));
   for (const auto& [format, source, width, height, expected] : fonts) {
     ASSERT_TRUE(
@@ -85,11 +83,9 @@ TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly)
   ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), opaquePath.c_str(), FUCHSIA));
   EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
   std::ofstream(folder.Path("corrupt.png")) << "\x89PNG\r\n\x1a\n not really";
-  for (const char* name : {"missing.png", "corrupt.png"}) {
-    unsigned long &failed = textures.emplace_back(), &failedKeyed = textures.emplace_back();
-    EXPECT_FALSE(device.CreateTexture(failed, folder.Path(name).c_str()) ||
-                 device.CreateTexture(failedKeyed, folder.Path(name).c_str(), BLACK));
-  }
+  for (const char* name : {"missing.png", "corrupt.png"})
+    EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str()) ||
+                 device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str(), BLACK));
   EXPECT_TRUE(device.ReleaseTexture(0));
 }
 
