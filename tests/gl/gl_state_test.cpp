@@ -4,7 +4,6 @@
 #include "video/gl_functions.h"
 
 namespace Kelo {
-namespace {
 
 using Support::ColorPath;
 using Support::State;
@@ -73,5 +72,4 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   device.shaderFlags = {};
 }
 
-}  // namespace
 }  // namespace Kelo

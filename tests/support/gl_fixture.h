@@ -15,7 +15,6 @@
 
 namespace Kelo::Support {
 
-// Set by the CTest entry beside its Mesa overrides.
 inline std::string Expected(const char* what) {
   const char* value = std::getenv((std::string("KELO_EXPECT_") + what).c_str());
   return value ? value : "";
