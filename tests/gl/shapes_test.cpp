@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -29,8 +28,7 @@ void ExpectStored(unsigned long handle, const T (&vertices)[N]) {
   const OGLVRAM::HVRAM_Desc& block = reinterpret_cast<IOpenGLShape*>(handle)->block->data;
   Bytes stored(block.size);
   if (VRAMManager->init == &ram_init) {
-    std::memcpy(stored.data(), static_cast<unsigned char*>(RAM[block.buffer]) + block.offset,
-                block.size);
+    std::copy_n(static_cast<char*>(RAM[block.buffer]) + block.offset, block.size, stored.data());
   } else {
     gl::BindBufferARB(GL_ARRAY_BUFFER, static_cast<GLuint>(block.buffer));
     reinterpret_cast<PFNGLGETBUFFERSUBDATAARBPROC>(SDL_GL_GetProcAddress("glGetBufferSubDataARB"))(
