@@ -5,7 +5,6 @@
 
 namespace Kelo {
 
-using Support::ColorPath;
 using Support::State;
 using Floats = std::vector<GLfloat>;
 using GLStateTest = Support::DeviceTest;
@@ -55,20 +54,20 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));
   EXPECT_EQ(State(GL_SCISSOR_BOX, 4), (Floats{10, 10, 30, 50}));
   // On the GLSL paths the released program stays in use: GL only marks it.
-  const ColorPath path = Support::ExpectedColorPath();
-  if (path == ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
+  const auto path = Support::ExpectedColorPath();
+  if (path == Support::ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
   const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
                                "[kelo-opengl] will use [GL_ARB_vertex_shader] shader.\n",
                                "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
                                "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
   EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
   device.ReleaseGL();
-  GLint deleted = path == ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
-  if (path < ColorPath::ARBProgram) {
+  GLint deleted = path == Support::ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
+  if (path < Support::ColorPath::ARBProgram) {
     reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
         "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
   }
-  EXPECT_EQ(deleted && device.program, path != ColorPath::TextureCombine);
+  EXPECT_EQ(deleted && device.program, path != Support::ColorPath::TextureCombine);
   device.shaderFlags = {};
 }
 
