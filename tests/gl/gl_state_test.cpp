@@ -4,66 +4,14 @@
 #include "video/gl_functions.h"
 
 namespace Kelo {
-namespace {
 
-using Support::ColorPath;
 using Support::State;
 using Floats = std::vector<GLfloat>;
-using StartupTest = Support::DeviceTest;
-using TransformsTest = Support::DeviceTest;
+using GLStateTest = Support::DeviceTest;
 
-// On the GLSL paths the released program stays in use: GL only marks it.
-TEST_F(StartupTest, ChoosesTheExpectedColourPathSaysSoAndReleasesItsProgram) {
-  const ColorPath path = Support::ExpectedColorPath();
-  if (path == ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
-  const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
-                               "[kelo-opengl] will use [GL_ARB_vertex_shader] shader.\n",
-                               "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
-                               "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
-  EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
-  device.ReleaseGL();
-  GLint deleted = path == ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
-  if (path < ColorPath::ARBProgram) {
-    reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
-        "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
-  }
-  EXPECT_EQ(deleted && device.program, path != ColorPath::TextureCombine);
-  device.shaderFlags = {};
-}
-
-// Again after the host changed the state: the viewport follows the arguments,
-// the camera the stored mode.
-TEST_F(StartupTest, SetsTheFixedStateDrawingReliesOn) {
-  for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
-  glDisable(GL_MULTISAMPLE);
-  glShadeModel(GL_FLAT);
-  glTranslatef(1, 0, 0);
-  device.InitGL(32, 16);
-  Support::DrainGLErrors();
-  // clang-format off
-  const std::pair<GLenum, GLfloat> expected[] = {
-      {GL_MULTISAMPLE, 1}, {GL_POINT_SMOOTH, 1}, {GL_LINE_SMOOTH, 1}, {GL_BLEND, 0},
-      {GL_SCISSOR_TEST, 0}, {GL_STENCIL_TEST, 0}, {GL_DEPTH_TEST, 0}, {GL_TEXTURE_2D, 0},
-      {GL_SHADE_MODEL, GL_SMOOTH}, {GL_DEPTH_FUNC, GL_LEQUAL}, {GL_BLEND_SRC, GL_SRC_ALPHA},
-      {GL_BLEND_DST, GL_ONE_MINUS_SRC_ALPHA}, {GL_POINT_SMOOTH_HINT, GL_NICEST},
-      {GL_LINE_SMOOTH_HINT, GL_NICEST}, {GL_POLYGON_SMOOTH_HINT, GL_NICEST},
-      {GL_PERSPECTIVE_CORRECTION_HINT, GL_NICEST}, {GL_MATRIX_MODE, GL_MODELVIEW},
-      {GL_DEPTH_CLEAR_VALUE, 1}};
-  // clang-format on
-  for (const auto& [name, value] : expected)
-    EXPECT_EQ(State(name, 1)[0], value) << std::hex << name;
-  EXPECT_EQ(State(GL_DEPTH_RANGE, 2), (Floats{1, 0}));
-  EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
-  const Floats projection = State(GL_PROJECTION_MATRIX, 16);
-  EXPECT_EQ((Floats{projection[0], projection[5]}), (Floats{2.0f / kWidth, 2.0f / kHeight}));
-  EXPECT_EQ(State(GL_MODELVIEW_MATRIX, 16)[12], 0.0f);
-}
-
-// The camera puts the origin at the centre with y up; the world transform is
-// the row-major 2 x 3 matrix and replaces the last one; the view transform is
-// only recorded. The viewport and the scissor box take the top-left rectangle
-// flipped against the mode's height.
-TEST_F(TransformsTest, PlaceWhatIsDrawnAndFlipTheViewport) {
+// The world transform replaces the last one; the view transform is only recorded. The
+// viewport and scissor box take the top-left rectangle flipped against the mode's height.
+TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
       {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
       {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
@@ -79,11 +27,48 @@ TEST_F(TransformsTest, PlaceWhatIsDrawnAndFlipTheViewport) {
   }
   EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
             (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));
+  // Again once the host changed the state; the camera follows the stored mode.
+  for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
+  glDisable(GL_MULTISAMPLE);
+  glShadeModel(GL_FLAT);
+  glTranslatef(1, 0, 0);
+  device.InitGL(32, 16);
+  Support::DrainGLErrors();
+  const Floats projection = State(GL_PROJECTION_MATRIX, 16), range = State(GL_DEPTH_RANGE, 2);
+  EXPECT_EQ((Floats{projection[0] * kWidth, projection[5] * kHeight, range[0], range[1],
+                    State(GL_MODELVIEW_MATRIX, 16)[12]}),
+            (Floats{2, 2, 1, 0, 0}));
+  Floats actual;
+  for (GLenum name :
+       {GL_MULTISAMPLE, GL_POINT_SMOOTH, GL_LINE_SMOOTH, GL_BLEND, GL_SCISSOR_TEST, GL_STENCIL_TEST,
+        GL_DEPTH_TEST, GL_TEXTURE_2D, GL_SHADE_MODEL, GL_DEPTH_FUNC, GL_BLEND_SRC, GL_BLEND_DST,
+        GL_POINT_SMOOTH_HINT, GL_LINE_SMOOTH_HINT, GL_POLYGON_SMOOTH_HINT,
+        GL_PERSPECTIVE_CORRECTION_HINT, GL_MATRIX_MODE, GL_DEPTH_CLEAR_VALUE})
+    actual.push_back(State(name, 1)[0]);
+  EXPECT_EQ(actual, (Floats{1, 1, 1, 0, 0, 0, 0, 0, GL_SMOOTH, GL_LEQUAL, GL_SRC_ALPHA,
+                            GL_ONE_MINUS_SRC_ALPHA, GL_NICEST, GL_NICEST, GL_NICEST, GL_NICEST,
+                            GL_MODELVIEW, 1}));
+  EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
   device.currentMode.height = 80;
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));
   EXPECT_EQ(State(GL_SCISSOR_BOX, 4), (Floats{10, 10, 30, 50}));
+  // On the GLSL paths the released program stays in use: GL only marks it.
+  const auto path = Support::ExpectedColorPath();
+  if (path == Support::ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
+  const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
+                               "[kelo-opengl] will use [GL_ARB_vertex_shader] shader.\n",
+                               "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
+                               "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
+  EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
+  device.ReleaseGL();
+  GLint deleted = path == Support::ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
+  if (path < Support::ColorPath::ARBProgram) {
+    reinterpret_cast<PFNGLGETOBJECTPARAMETERIVARBPROC>(SDL_GL_GetProcAddress(
+        "glGetObjectParameterivARB"))(device.program, GL_OBJECT_DELETE_STATUS_ARB, &deleted);
+  }
+  EXPECT_EQ(deleted && device.program, path != Support::ColorPath::TextureCombine);
+  device.shaderFlags = {};
 }
 
-}  // namespace
 }  // namespace Kelo

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "kelo/colors.h"
 #include "shapes/opengl_shape.h"
@@ -16,33 +19,25 @@ using Support::State;
 using Points = std::vector<Point>;
 using Bytes = std::vector<unsigned char>;
 
-// Texture coordinates with t <= 0, which stored and unstored strips agree on.
 const Points kFlippedTexcoords = {{0, 0}, {1, 0}, {0, -1}, {1, -1}};
 
-Points Band(float left, float right = 32) {
-  return {{left, -32}, {right, -32}, {left, 32}, {right, 32}};
-}
+Points Band(float l, float r = 32) { return {{l, -32}, {r, -32}, {l, 32}, {r, 32}}; }
 
 template <typename T, std::size_t N>
-Bytes BytesOf(const T (&vertices)[N]) {
-  const auto* first = reinterpret_cast<const unsigned char*>(vertices);
-  return Bytes(first, first + sizeof vertices);
-}
-
-Bytes StoredBytes(unsigned long handle) {
+void ExpectStored(unsigned long handle, const T (&vertices)[N]) {
   const OGLVRAM::HVRAM_Desc& block = reinterpret_cast<IOpenGLShape*>(handle)->block->data;
+  Bytes stored(block.size);
   if (VRAMManager->init == &ram_init) {
-    const auto* start = static_cast<unsigned char*>(RAM[block.buffer]) + block.offset;
-    return Bytes(start, start + block.size);
+    std::copy_n(static_cast<char*>(RAM[block.buffer]) + block.offset, block.size, stored.data());
+  } else {
+    gl::BindBufferARB(GL_ARRAY_BUFFER, static_cast<GLuint>(block.buffer));
+    reinterpret_cast<PFNGLGETBUFFERSUBDATAARBPROC>(SDL_GL_GetProcAddress("glGetBufferSubDataARB"))(
+        GL_ARRAY_BUFFER, static_cast<GLintptr>(block.offset), static_cast<GLsizeiptr>(block.size),
+        stored.data());
+    gl::BindBufferARB(GL_ARRAY_BUFFER, 0);  // the next copy must bind its block's buffer itself
   }
-  Bytes bytes(block.size);
-  gl::BindBufferARB(GL_ARRAY_BUFFER, static_cast<GLuint>(block.buffer));
-  reinterpret_cast<PFNGLGETBUFFERSUBDATAARBPROC>(SDL_GL_GetProcAddress("glGetBufferSubDataARB"))(
-      GL_ARRAY_BUFFER, static_cast<GLintptr>(block.offset), static_cast<GLsizeiptr>(block.size),
-      bytes.data());
-  // The next copy must bind its block's buffer itself.
-  gl::BindBufferARB(GL_ARRAY_BUFFER, 0);
-  return bytes;
+  const auto* first = reinterpret_cast<const unsigned char*>(vertices);
+  EXPECT_EQ(stored, Bytes(first, first + sizeof vertices));
 }
 
 class ShapesTest : public Support::DeviceTest {
@@ -54,73 +49,30 @@ protected:
                                    texcoords.empty() ? nullptr : texcoords.data()));
     return handle;
   }
-  void Draw(std::initializer_list<unsigned long> handles) {
+  void Draw(std::initializer_list<unsigned long> handles,
+            void (IOpenGL::*how)() = &IOpenGL::DrawShape) {
     for (unsigned long handle : handles) {
       device.SelectShape(handle);
-      device.DrawShape();
+      (device.*how)();
     }
   }
 };
 
-// The current colour keeps SetColor's opacity byte and draws the host's points,
-// tinted on the GLSL paths; texture combining tints only under a texture.
-// llvmpipe rounds the product of two colours either way.
-TEST_F(ShapesTest, StoredShapesAreTintedAndTheHostsPointsDrawnAfterThem) {
+// A texture batch modulates whatever mode the host left. Stored strips keep |t| (t <= 0 here);
+// unstored ones mirror t through the texture matrix, which only the ARB program and the fixed
+// pipeline apply; a fan of the same points misses (56, 24). In a shape batch only, opacity
+// blends and pixels under any clip stay open. The current colour keeps SetColor's opacity byte
+// and tints the host's points on the GLSL paths; texture combining tints only under a texture.
+TEST_F(ShapesTest, DrawsTexturedBlendedClippedAndTintedShapesAndStoresTheirLayouts) {
   const ColorPath path = Support::ExpectedColorPath();
-  device.SetColor({255, 128, 255}, 0.5f);
-  Draw({Store(Band(-32, 0), {200, 100, 50}, 1.0f, kFlippedTexcoords)});
-  EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
-            (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
-  const GLfloat bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
-  device.SetColor(YELLOW, 1.0f);
-  glDisableClientState(GL_VERTEX_ARRAY);
-  device.DrawShape(SHAPE_TYPE(4), 4, Band(-32).data(), nullptr);
-  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
-  const bool combine = path == ColorPath::TextureCombine, glsl = path < ColorPath::ARBProgram;
-  EXPECT_PIXEL_NEAR(16, 32, (combine ? Rgba{200, 100, 50, 255} : Rgba{200, 50, 50, 255}), 1);
-  EXPECT_PIXEL_NEAR(48, 32, (glsl ? Rgba{255, 128, 0, 255} : Rgba{255, 255, 0, 255}), 1);
-  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
-  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
-  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
-}
-
-// In a batch, opacity blends (llvmpipe rounds either way) and pixels under any
-// clip, two included, stay open for every draw; afterwards neither holds.
-// Clear empties earlier stencils.
-TEST_F(ShapesTest, ShapeBatchesBlendAndClip) {
-  const unsigned long clips[] = {Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)};
-  const unsigned long blue = Store(Band(-32), BLUE), red = Store(Band(-32), RED, 0.5f);
-  glClearStencil(1);
-  glClear(GL_STENCIL_BUFFER_BIT);
-  glClearStencil(0);
-  device.Clear(BLACK);
-  device.BeginShapeBatch();
-  for (unsigned long clip : clips) {
-    device.SelectShape(clip);
-    device.ClipShape();
-  }
-  Draw({blue, red});
-  for (int x : {4, 20, 36}) EXPECT_PIXEL_NEAR(x, 32, (Rgba{127, 0, 128, 255}), 1);
-  EXPECT_PIXEL_NEAR(52, 32, (Rgba{0, 0, 0, 255}), 0);
-  device.EndShapeBatch();
-  Draw({red});
-  EXPECT_PIXEL_NEAR(52, 32, (Rgba{255, 0, 0, 255}), 0);
-}
-
-// A texture batch modulates whatever mode the host left. Stored strips keep
-// |t|; unstored ones mirror t through the texture matrix, which only the ARB
-// program and the fixed pipeline apply; a fan of the same points misses (56, 24).
-TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
-  const ColorPath path = Support::ExpectedColorPath();
-  const bool drawn[] = {path != ColorPath::TextureCombine, path >= ColorPath::ARBProgram};
   const unsigned long strip = Store(Band(-32), WHITE, 1.0f, kFlippedTexcoords);
-  unsigned long& checker = textures.emplace_back();
-  ASSERT_TRUE(device.CreateTexture(checker, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
+  ASSERT_TRUE(
+      device.CreateTexture(textures.emplace_back(), IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-  device.BeginTextureBatch(checker);
+  device.BeginTextureBatch(textures.back());
   const std::vector<GLfloat> matrix = State(GL_TEXTURE_MATRIX, 16);
-  for (int unstored : {0, 1}) {
-    if (!drawn[unstored]) continue;
+  for (bool unstored : {false, true}) {
+    if (unstored ? path < ColorPath::ARBProgram : path == ColorPath::TextureCombine) continue;
     device.Clear(BLACK);
     glDisableClientState(GL_VERTEX_ARRAY);
     unstored ? device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(-32).data(), kFlippedTexcoords.data())
@@ -140,25 +92,47 @@ TEST_F(ShapesTest, TextureBatchesShowTexturedStripsUpright) {
   EXPECT_EQ(State(GL_TEXTURE_BINDING_2D, 1)[0], 0);
   device.EndTextureBatch();
   EXPECT_EQ(device.GetWidthTexture(0) + device.GetHeightTexture(0), 0);
-}
-
-// Every kind packs (s, t, r, g, b, a, x, y, z) with texture coordinates, and
-// (r, g, b, a, x, y) without; only strips store |t|. No other kind is stored.
-TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
+  const unsigned long blue = Store(Band(-32), BLUE), red = Store(Band(-32), RED, 0.5f);
+  glClearStencil(1);
+  glClear(GL_STENCIL_BUFFER_BIT);
+  glClearStencil(0);
+  device.Clear(BLACK);
+  device.BeginShapeBatch();
+  Draw({Store(Band(-32, -8), GREY), Store(Band(-16, 8), GREY)}, &IOpenGL::ClipShape);
+  Draw({blue, red});
+  for (int x : {4, 20, 36}) EXPECT_PIXEL_NEAR(x, 32, (Rgba{127, 0, 128, 255}), 1);
+  EXPECT_PIXEL_NEAR(52, 32, (Rgba{0, 0, 0, 255}), 0);
+  device.EndShapeBatch();
+  Draw({red});
+  EXPECT_PIXEL_NEAR(52, 32, (Rgba{255, 0, 0, 255}), 0);
+  device.SetColor({255, 128, 255}, 0.5f);
+  Draw({Store(Band(-32, 0), {200, 100, 50}, 1.0f, kFlippedTexcoords)});
+  EXPECT_EQ(State(GL_CURRENT_COLOR, 4),
+            (std::vector<GLfloat>{1.0f, 128 / 255.0f, 1.0f, 127 / 255.0f}));
+  const GLfloat bound = State(GL_ARRAY_BUFFER_BINDING, 1)[0];
+  device.SetColor(YELLOW, 1.0f);
+  glDisableClientState(GL_VERTEX_ARRAY);
+  device.DrawShape(SHAPE_TYPE(4), 4, Band(-32).data(), nullptr);
+  device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 32).data(), nullptr);
+  const bool combine = path == ColorPath::TextureCombine, glsl = path < ColorPath::ARBProgram;
+  EXPECT_PIXEL_NEAR(16, 32, (combine ? Rgba{200, 100, 50, 255} : Rgba{200, 50, 50, 255}), 1);
+  EXPECT_PIXEL_NEAR(48, 32, (glsl ? Rgba{255, 128, 0, 255} : Rgba{255, 255, 0, 255}), 1);
+  EXPECT_EQ(State(GL_ARRAY_BUFFER_BINDING, 1)[0], bound);
+  EXPECT_TRUE(glIsEnabled(GL_COLOR_ARRAY) && glIsEnabled(GL_TEXTURE_COORD_ARRAY));
+  EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
+  // Only strips store |t|; no other kind is stored.
   const Points points = {{1.5f, -2.0f}, {3.0f, 4.0f}};
   for (SHAPE_TYPE type : {SHAPE_LINES, SHAPE_LINE_STRIP, SHAPE_TRIANGLE_STRIP, SHAPE_TRIANGLES}) {
     const float t0 = type == SHAPE_TRIANGLE_STRIP ? 1.0f : -1.0f;
     const TexturedVertex expected[] = {{0.25f, t0, 9, 8, 7, 127, 1.5f, -2.0f, 0.0f},
                                        {0.5f, 0.75f, 9, 8, 7, 127, 3.0f, 4.0f, 0.0f}};
-    EXPECT_EQ(StoredBytes(Store(points, {9, 8, 7}, 0.5f, {{0.25f, -1}, {0.5f, 0.75f}}, type)),
-              BytesOf(expected))
-        << type;
+    ExpectStored(Store(points, {9, 8, 7}, 0.5f, {{0.25f, -1}, {0.5f, 0.75f}}, type), expected);
   }
   const Color colours[] = {{1, 2, 3}, {4, 5, 6}};
-  unsigned long& handle = shapes.emplace_back();
-  ASSERT_TRUE(device.CreateShape(handle, SHAPE_LINE_STRIP, 2, colours, 1.0f, points.data()));
+  ASSERT_TRUE(
+      device.CreateShape(shapes.emplace_back(), SHAPE_LINE_STRIP, 2, colours, 1.0f, points.data()));
   const ColouredVertex expected[] = {{1, 2, 3, 255, 1.5f, -2.0f}, {4, 5, 6, 255, 3.0f, 4.0f}};
-  EXPECT_EQ(StoredBytes(handle), BytesOf(expected));
+  ExpectStored(shapes.back(), expected);
   unsigned long refused = 0;
   EXPECT_FALSE(device.CreateShape(refused, SHAPE_TYPE(4), 2, RED, 1.0f, points.data(), nullptr));
   device.ReleaseGL();
@@ -166,37 +140,31 @@ TEST_F(ShapesTest, PacksTheInterleavedLayoutsByteForByte) {
   EXPECT_EQ(refused, 0u);
 }
 
-// Stored draws keep pointers and tint while OpenGL still shows them. Whatever
-// happens between, each shape shows in its place in the current colour (white
-// under white takes the tint on every path), arrays as glInterleavedArrays
-// leaves them. In storage order: textured, coloured, textured 5.5 vertices
-// after the first, textured 4 after that, coloured and larger than a buffer;
-// each a strip whose last four vertices span a 16-pixel square.
+// Whatever happens between, each stored shape shows in the current colour (white under white
+// takes the tint on every path): textured, coloured, textured 5.5 vertices after the first,
+// textured 4 after that, coloured and larger than a buffer; each ends in a 16-pixel square.
 TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
-  unsigned long& texture = textures.emplace_back();
-  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels + 12, 1, 1));
-  device.BeginTextureBatch(texture);
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), IMAGE_RGBA8888,
+                                   Support::kCheckerTexels + 12, 1, 1));
+  device.BeginTextureBatch(textures.back());
   const Point places[] = {{-32, -32}, {-16, -32}, {0, -32}, {16, -32}, {-32, 0}};
   const int counts[] = {4, 3, 4, 4, 180000};
   unsigned long s[5];
   for (int i = 0; i < 5; ++i) {
     Points points;
-    for (int j = 4 - counts[i]; j < 4; ++j) {
+    for (int j = 4 - counts[i]; j < 4; ++j)
       points.push_back({places[i].x + 16 * (std::max(j, 0) % 2), places[i].y + 16 * (j > 1)});
-    }
     log.Clear();
     s[i] = Store(points, WHITE, 1.0f, i % 3 == 1 ? Points() : Points(points.size(), {0, 0}));
   }
   EXPECT_EQ(log.Lines(),
             std::vector<std::string>{"[kelo-opengl] cannot allocate [2160000] bytes.\n"});
-  const Point elsewhere[] = {{-32, 16}, {-31, 16}, {-32, 17}};
   const std::pair<const char*, std::function<void()>> cases[] = {
-      {"an unstored draw", [&] { device.DrawShape(SHAPE_TRIANGLE_STRIP, 3, elsewhere, nullptr); }},
+      {"unstored", [&] { device.DrawShape(SHAPE_TRIANGLE_STRIP, 4, Band(0, 1).data(), nullptr); }},
       {"the colour array off", [] { glDisableClientState(GL_COLOR_ARRAY); }},
       {"the texture coordinate array on", [] { glEnableClientState(GL_TEXTURE_COORD_ARRAY); }},
       {"the normal array on", [] { glEnableClientState(GL_NORMAL_ARRAY); }},
-      {"a draw in another context",
-       [&] {
+      {"a draw in another context", [&] {
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 1);
          SDL_GLContext second = SDL_GL_CreateContext(window);
          SDL_GL_SetAttribute(SDL_GL_SHARE_WITH_CURRENT_CONTEXT, 0);
@@ -205,8 +173,7 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
          Draw({s[4]});
          SDL_GL_MakeCurrent(window, context);
          SDL_GL_DeleteContext(second);
-       }},
-  };
+       }}};
   for (const auto& [name, between] : cases) {
     SCOPED_TRACE(name);
     device.SetColor(RED, 1.0f);

@@ -1,4 +1,7 @@
 #include <fstream>
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include "kelo/colors.h"
 #include "tests/support/gl_fixture.h"
@@ -12,96 +15,77 @@ using Bytes = std::vector<unsigned char>;
 
 const bool kPowerOfTwoOnly = Support::Expected("NPOT") == "0";
 const unsigned char kPixels[16] = {};
+constexpr auto kPng = Support::ImageKind::Png;
 
 class TexturesTest : public Support::DeviceTest {
 protected:
-  // Level 0 of a texture kept for teardown; measuring it binds it.
   Bytes TexelsOf(unsigned long handle, GLenum layout, int channels) {
-    textures.push_back(handle);
-    Bytes texels(static_cast<size_t>(device.GetWidthTexture(handle) *
-                                     device.GetHeightTexture(handle) * channels));
+    Bytes texels(device.GetWidthTexture(handle) * device.GetHeightTexture(handle) * channels);
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glGetTexImage(GL_TEXTURE_2D, 0, layout, GL_UNSIGNED_BYTE, texels.data());
     return texels;
   }
-  std::string Write(const char* name, int channels, const Bytes& pixels) {
-    return Support::WriteImage(folder, name, Support::ImageKind::Png, 2, 2, channels, pixels);
-  }
   Support::TempFolder folder;
 };
 
-TEST_F(TexturesTest, RawBlocksUploadTightlyPackedRowsOfEachFormat) {
+// Grey fonts are white with the grey as alpha; an RGBA font's texel is the source's lowest
+// byte twice, and row y of an RGBA block starts at element y * height.
+TEST_F(TexturesTest, RawBlocksUploadTightlyPackedAndFontsAsLuminanceAlpha) {
   const std::tuple<IMAGE_FORMAT, int, int, int, GLenum> cases[] = {
       {IMAGE_L8, 3, 2, 1, GL_LUMINANCE},
       {IMAGE_RGB888, 3, 3, 3, GL_RGB},
       {IMAGE_RGBA8888, 2, 2, 4, GL_RGBA}};
-  for (IMAGE_FORMAT format : {IMAGE_UNKNOWN, IMAGE_A8, IMAGE_L8A8}) {
-    EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), format, kPixels, 2, 2)) << format;
-  }
+  for (IMAGE_FORMAT format : {IMAGE_UNKNOWN, IMAGE_A8, IMAGE_L8A8})
+    EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), format, kPixels, 2, 2) ||
+                 device.CreateTexture(textures.emplace_back(), format, 2u, 2u));
   for (const auto& [format, width, height, channels, layout] : cases) {
     const Bytes pixels = Support::Gradient(width, height, channels);
-    unsigned long handle = 0;
-    ASSERT_TRUE(device.CreateTexture(handle, format, pixels.data(), width, height));
+    ASSERT_TRUE(
+        device.CreateTexture(textures.emplace_back(), format, pixels.data(), width, height));
     EXPECT_EQ(Support::State(GL_UNPACK_ALIGNMENT, 1)[0], 4) << "the host's is put back";
-    const Bytes texels = TexelsOf(handle, layout, channels);
-    std::vector<GLint> parameters;  // every texture filters nearest and clamps
-    for (GLenum name :
-         {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-      glGetTexParameteriv(GL_TEXTURE_2D, name, &parameters.emplace_back());
-    }
+    std::vector<GLint> parameters(4);  // magnify, minify, wrap s and t: consecutive names
+    for (int i = 0; i < 4; ++i)
+      glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER + i, &parameters[i]);
     EXPECT_EQ(parameters, (std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_CLAMP, GL_CLAMP}));
-    EXPECT_TRUE(kPowerOfTwoOnly || texels == pixels) << format;
-    EXPECT_EQ(device.GetWidthTexture(handle), kPowerOfTwoOnly && width == 3 ? 4 : width);
+    EXPECT_TRUE(kPowerOfTwoOnly || TexelsOf(textures.back(), layout, channels) == pixels);
+    EXPECT_EQ(device.GetWidthTexture(textures.back()), kPowerOfTwoOnly && width == 3 ? 4 : width);
   }
-}
-
-// Grey fonts are white with the grey as alpha. Both bytes of an RGBA font's
-// texel are the lowest byte of the source, zero when that is all the word
-// holds; row y of an RGBA block starts at element y * height.
-TEST_F(TexturesTest, FontsBecomeLuminanceAlpha) {
-  Bytes wide(8 * 4 * 4, 0);  // pixel (x, y) carries 1 + 8y + x
-  for (int i = 0; i < 32; ++i) wide[4 * i] = static_cast<unsigned char>(1 + i);
+  const Bytes wide = Support::Gradient(8, 4, 4);
   const Bytes words = {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF, 1, 0, 0, 0, 2, 0, 0, 1};
-  // Element, then luminance and alpha as 0xLLAA, of chosen texels.
   using Texels = std::vector<std::pair<int, int>>;
-  const std::tuple<IMAGE_FORMAT, Bytes, unsigned, unsigned, Texels> cases[] = {
+  const std::tuple<IMAGE_FORMAT, Bytes, unsigned, unsigned, Texels> fonts[] = {
       {IMAGE_L8, {0x00, 0xFF}, 2, 1, {{0, 0xFF00}, {1, 0xFFFF}}},
       {IMAGE_RGBA8888, words, 4, 1, {{0, 0x8080}, {1, 0}, {2, 0x0101}, {3, 0x0202}}},
-      {IMAGE_RGBA8888, wide, 8, 4, {{0, 0x101}, {4, 0x909}, {12, 0x1919}, {19, 0x2020}, {20, 0}}},
-      {IMAGE_RGBA8888, Bytes(2 * 6 * 4, 0xAB), 2, 6, {{0, 0xABAB}}},  // taller than wide
-  };
+      {IMAGE_RGBA8888, wide, 8, 4, {{0, 0x0B0B}, {4, 0xABAB}, {12, 0xEBEB}, {19, 0xF7F7}, {20, 0}}},
+      {IMAGE_RGBA8888, Bytes(2 * 6 * 4, 0xAB), 2, 6, {{0, 0xABAB}}}};
   EXPECT_FALSE(device.CreateFontTexture(textures.emplace_back(), IMAGE_RGB888, kPixels, 2, 2));
-  for (const auto& [format, source, width, height, expected] : cases) {
-    unsigned long handle = 0;
-    ASSERT_TRUE(device.CreateFontTexture(handle, format, source.data(), width, height));
-    const Bytes texels = TexelsOf(handle, GL_LUMINANCE_ALPHA, 2);
-    for (const auto& [element, texel] : expected) {
+  for (const auto& [format, source, width, height, expected] : fonts) {
+    ASSERT_TRUE(
+        device.CreateFontTexture(textures.emplace_back(), format, source.data(), width, height));
+    const Bytes texels = TexelsOf(textures.back(), GL_LUMINANCE_ALPHA, 2);
+    for (const auto& [element, texel] : expected)
       EXPECT_EQ(texels[2 * element] << 8 | texels[2 * element + 1], texel) << "element " << element;
-    }
   }
 }
 
-// Files keep their channels; missing and corrupt ones fail cleanly.
 TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly) {
   const Bytes rgba = {0xFF, 0x00, 0xFF, 0x80, 0xFF, 0x00, 0xFE, 0x80,
                       0x10, 0x20, 0x30, 0xFF, 0xFF, 0x00, 0xFF, 0xFF};
-  unsigned long plain = 0, keyed = 0, opaque = 0;
-  const std::string path = Write("keyed.png", 4, rgba);
-  ASSERT_TRUE(device.CreateTexture(plain, path.c_str()));
-  EXPECT_EQ(TexelsOf(plain, GL_RGBA, 4), rgba);
-  ASSERT_TRUE(device.CreateTexture(keyed, path.c_str(), FUCHSIA));
-  Bytes expected = rgba;
-  expected[3] = expected[15] = 0;
-  EXPECT_EQ(TexelsOf(keyed, GL_RGBA, 4), expected);
-  ASSERT_TRUE(device.CreateTexture(opaque, Write("opaque.png", 3, rgba).c_str(), FUCHSIA));
-  EXPECT_EQ(TexelsOf(opaque, GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
-  std::ofstream(folder.Path("corrupt.png")) << "\x89PNG\r\n\x1a\n not really";
-  for (const char* name : {"missing.png", "corrupt.png"}) {
-    unsigned long &failed = textures.emplace_back(), &failedKeyed = textures.emplace_back();
-    EXPECT_FALSE(device.CreateTexture(failed, folder.Path(name).c_str()) ||
-                 device.CreateTexture(failedKeyed, folder.Path(name).c_str(), BLACK));
-  }
+  const std::string path = Support::WriteImage(folder, "keyed.png", kPng, 2, 2, 4, rgba);
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), path.c_str()));
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4), rgba);
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), path.c_str(), FUCHSIA));
+  Bytes keyed = rgba;
+  keyed[3] = keyed[15] = 0;
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4), keyed);
+  const std::string opaquePath = Support::WriteImage(folder, "opaque.png", kPng, 2, 2, 3, rgba);
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), opaquePath.c_str(), FUCHSIA));
+  EXPECT_EQ(TexelsOf(textures.back(), GL_RGBA, 4)[3], 0xFF) << "files without alpha are not keyed";
   EXPECT_TRUE(device.ReleaseTexture(0));
+  std::ofstream(folder.Path("corrupt.png")) << "\x89PNG\r\n\x1a\n not really";
+  for (const char* name : {"missing.png", "corrupt.png"})
+    EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str()) ||
+                 device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str(), BLACK));
 }
 
 }  // namespace

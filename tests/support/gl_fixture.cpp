@@ -1,15 +1,9 @@
 #include "tests/support/gl_fixture.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace Kelo::Support {
-
-std::string Expected(const char* what) {
-  const char* value = std::getenv((std::string("KELO_EXPECT_") + what).c_str());
-  return value ? value : "";
-}
 
 ColorPath ExpectedColorPath() {
   const std::string names[] = {"", "shader", "arb_shader", "arb_program", "combine"};
@@ -18,17 +12,10 @@ ColorPath ExpectedColorPath() {
 }
 
 void RequestDeviceFramebuffer() {
-  for (const auto& [attribute, value] : {std::pair{SDL_GL_DOUBLEBUFFER, 1},
-                                         {SDL_GL_DEPTH_SIZE, 0},
-                                         {SDL_GL_STENCIL_SIZE, 1},
-                                         {SDL_GL_MULTISAMPLEBUFFERS, 1},
-                                         {SDL_GL_MULTISAMPLESAMPLES, 2}}) {
-    SDL_GL_SetAttribute(attribute, value);
-  }
-}
-
-void DrainGLErrors() {
-  while (glGetError() != GL_NO_ERROR) continue;
+  const SDL_GLattr names[] = {SDL_GL_DOUBLEBUFFER, SDL_GL_DEPTH_SIZE, SDL_GL_STENCIL_SIZE,
+                              SDL_GL_MULTISAMPLEBUFFERS, SDL_GL_MULTISAMPLESAMPLES};
+  const int values[] = {1, 0, 1, 1, 2};
+  for (int i = 0; i < 5; ++i) SDL_GL_SetAttribute(names[i], values[i]);
 }
 
 // Mesa stays loaded for the leak checker to name its allocations, which the

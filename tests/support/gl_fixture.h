@@ -4,6 +4,10 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+#include <vector>
+
 #include "kelo/colors.h"
 #include "shapes/vram.h"
 #include "tests/support/log_capture.h"
@@ -11,17 +15,20 @@
 
 namespace Kelo::Support {
 
-// KELO_EXPECT_<what>, set by the CTest entry beside its Mesa overrides, or "".
-std::string Expected(const char* what);
+inline std::string Expected(const char* what) {
+  const char* value = std::getenv((std::string("KELO_EXPECT_") + what).c_str());
+  return value ? value : "";
+}
 enum class ColorPath { Unknown, Shader, ARBShader, ARBProgram, TextureCombine };
 ColorPath ExpectedColorPath();
 inline std::string ExpectedStorage() { return Expected("STORAGE"); }
 
-// The framebuffer any host must ask SDL for: one stencil bit, 2x multisampling.
 void RequestDeviceFramebuffer();
 
 // Start-up leaves an error on purpose: Mesa refuses Apple's transform hint.
-void DrainGLErrors();
+inline void DrainGLErrors() {
+  while (glGetError() != GL_NO_ERROR) continue;
+}
 
 inline std::vector<GLfloat> State(GLenum name, int count) {
   std::vector<GLfloat> values(static_cast<size_t>(count));
@@ -29,14 +36,10 @@ inline std::vector<GLfloat> State(GLenum name, int count) {
   return values;
 }
 
-// A window with a current GL context on llvmpipe, shared by a suite's tests;
-// none may leave a GL error behind.
+// A window with a current GL context on llvmpipe; no test may leave a GL error.
 class GLTest : public ::testing::Test {
-public:
-  static constexpr int kWidth = 64;
-  static constexpr int kHeight = 64;
-
 protected:
+  static constexpr int kWidth = 64, kHeight = 64;
   static void SetUpTestSuite();
   static void TearDownTestSuite() {
     if (SDL_GL_GetCurrentContext() == context) SDL_GL_MakeCurrent(window, nullptr);
@@ -58,7 +61,6 @@ protected:
   static inline SDL_GLContext context = nullptr;
 };
 
-// A device started as SetDisplayMode starts it; the log holds what it said.
 class DeviceTest : public GLTest {
 protected:
   void SetUp() override {
@@ -69,7 +71,6 @@ protected:
     if (!VRAMManager) VRAMManager = new OGLVRAM;
     ASSERT_TRUE(VRAMManager->Init());
     device.SetColor(WHITE, 1.0f);
-    device.Clear(BLACK);
   }
   void TearDown() override {
     for (unsigned long shape : shapes) device.ReleaseShape(shape);
