@@ -53,7 +53,8 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));
   EXPECT_EQ(State(GL_SCISSOR_BOX, 4), (Floats{10, 10, 30, 50}));
-  // On the GLSL paths the released program stays in use: GL only marks it.
+  // The colour path and storage the entry expects. On the GLSL paths the released program stays in
+  // use: GL only marks it.
   const auto path = Support::ExpectedColorPath();
   if (path == Support::ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
   const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
@@ -61,6 +62,9 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
                                "[kelo-opengl] will use [GL_ARB_vertex_program] shader.\n",
                                "[kelo-opengl] no vertex shader found, will use texture combine.\n"};
   EXPECT_EQ(log.Lines().at(0), lines[static_cast<int>(path) - 1]);
+  EXPECT_EQ(log.Lines().at(1), Support::ExpectedStorage() == "ram"
+                                   ? "[kelo-opengl] Will use vertex arrays "
+                                   : "[kelo-opengl] Will use [GL_ARB_vertex_buffer_object]\n");
   device.ReleaseGL();
   GLint deleted = path == Support::ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
   if (path < Support::ColorPath::ARBProgram) {
