@@ -86,6 +86,15 @@ TEST_F(SdlDeviceTest, KeepsObjectsAndTheHostsStateAcrossModesAndResizes) {
     EXPECT_EQ(seen, (std::vector<GLint>{0, 0, width, 30, (47 - width) / 7 * 2,
                                         static_cast<GLint>(error), false}));
   }
+  SDL_DisplayMode desktop;
+  ASSERT_EQ(SDL_GetDesktopDisplayMode(0, &desktop), 0);
+  const unsigned bytes = SDL_BYTESPERPIXEL(desktop.format);
+  const DisplayMode fullScreen{static_cast<unsigned>(desktop.w), static_cast<unsigned>(desktop.h),
+                               bytes ? bytes * 8 : 24, false, 60};
+  for (bool windowed : {false, true}) {
+    ASSERT_TRUE(windowed ? Windowed(device, window) : device.SetDisplayMode(window, fullScreen, 0));
+    EXPECT_EQ(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN, windowed ? 0u : 1u);
+  }
   EXPECT_TRUE(device.ReleaseDevice(0) && SDL_GL_GetCurrentContext() == nullptr &&
               VRAMManager == nullptr);
   log.Clear();

@@ -25,6 +25,13 @@ protected:
     glGetTexImage(GL_TEXTURE_2D, 0, layout, GL_UNSIGNED_BYTE, texels.data());
     return texels;
   }
+  // Magnify, minify, wrap s and t have consecutive names.
+  static void ExpectNearestAndClamped() {
+    std::vector<GLint> parameters(4);
+    for (int i = 0; i < 4; ++i)
+      glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER + i, &parameters[i]);
+    EXPECT_EQ(parameters, (std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_CLAMP, GL_CLAMP}));
+  }
   Support::TempFolder folder;
 };
 
@@ -43,13 +50,13 @@ TEST_F(TexturesTest, RawBlocksUploadTightlyPackedAndFontsAsLuminanceAlpha) {
     ASSERT_TRUE(
         device.CreateTexture(textures.emplace_back(), format, pixels.data(), width, height));
     EXPECT_EQ(Support::State(GL_UNPACK_ALIGNMENT, 1)[0], 4) << "the host's is put back";
-    std::vector<GLint> parameters(4);  // magnify, minify, wrap s and t: consecutive names
-    for (int i = 0; i < 4; ++i)
-      glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER + i, &parameters[i]);
-    EXPECT_EQ(parameters, (std::vector<GLint>{GL_NEAREST, GL_NEAREST, GL_CLAMP, GL_CLAMP}));
+    ExpectNearestAndClamped();
     EXPECT_TRUE(kPowerOfTwoOnly || TexelsOf(textures.back(), layout, channels) == pixels);
     EXPECT_EQ(device.GetWidthTexture(textures.back()), kPowerOfTwoOnly && width == 3 ? 4 : width);
   }
+  ASSERT_TRUE(device.CreateTexture(textures.emplace_back(), IMAGE_RGB888, 16u, 8u));
+  EXPECT_EQ(device.GetWidthTexture(textures.back()), 16);
+  ExpectNearestAndClamped();
   const Bytes wide = Support::Gradient(8, 4, 4);
   const Bytes words = {0x80, 0x11, 0x22, 0x33, 0, 0, 0, 0xFF, 1, 0, 0, 0, 2, 0, 0, 1};
   using Texels = std::vector<std::pair<int, int>>;

@@ -34,7 +34,7 @@ public:
   ~ScriptedPlatform() override { SetCurrentPlatform(nullptr); }
 
   void* CurrentContext() override { return context; }
-  void SwapBuffers(void*) override {}
+  void SwapBuffers(void* swapped) override { swaps.push_back(swapped); }
   bool DesktopMode(ModeRecord& out) override { return desktop && (out = *desktop, true); }
   void* GLProcAddress(const char* name) override { return SDL_GL_GetProcAddress(name); }
   bool ActiveDisplays(std::vector<unsigned>& out) override {
@@ -136,6 +136,7 @@ public:
   std::set<void*> windows;
   std::map<void*, std::pair<int, int>> contentSizes;
   void* context = nullptr;
+  std::vector<void*> swaps;
   std::set<unsigned> captured;
   std::map<unsigned, DisplayMode> switchedModes;
   std::list<Context> formats;

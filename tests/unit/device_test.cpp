@@ -173,8 +173,8 @@ TEST(DeviceInit, ReadsTheDesktopModeKeyByKey) {
   }
 }
 
-// InitDevice binds the display the host picked; ReleaseDevice gives that one
-// back and destroys the current context.
+// InitDevice binds the display the host picked; EndRender presents whatever
+// context is current; ReleaseDevice gives that display back and destroys it.
 TEST(DeviceLifecycle, ReleaseDeviceGivesBackItsDisplay) {
   for (bool taken : {false, true}) {
     ScriptedPlatform platform;
@@ -186,6 +186,8 @@ TEST(DeviceLifecycle, ReleaseDeviceGivesBackItsDisplay) {
     unsigned long handle = 99;
     EXPECT_FALSE(device.SetDefaultDevice(description, handle));
     EXPECT_TRUE(handle == 99 && device.InitDevice(description, handle) && handle == 4);
+    device.EndRender();
+    EXPECT_EQ(platform.swaps, std::vector<void*>{context});
     platform.CaptureDisplay(taken ? 4 : 5);
     platform.CaptureDisplay(6);
     EXPECT_TRUE(device.ReleaseDevice(handle) && !platform.IsDisplayCaptured(4) &&
