@@ -110,6 +110,8 @@ TEST(FullScreen, TakesAndGivesBackEachListedModeAndRefusesOthersInBoundedMemory)
     expectDesktop(kWidth, kHeight);
     expectPicture(kWidth, kHeight);
   }
+  device.ReleaseShape(shape);
+  device.ReleaseTexture(texture);
   SDL_SetWindowSize(window, 200, 150);
   for (int i = 0; i < 20; ++i, SDL_Delay(10)) SDL_PumpEvents();
   EXPECT_EQ(log.StartUps(), 200) << "one a switch, then one for each of their handlers";

@@ -53,6 +53,7 @@ TEST_F(SdlDeviceTest, KeepsObjectsAndTheHostsStateAcrossModesAndResizes) {
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
   auto* gone = new IOpenGL;
+  ASSERT_TRUE(gone->Init());
   gone->displayId = 1;
   ASSERT_TRUE(Windowed(*gone, window));
   delete gone;
@@ -71,6 +72,7 @@ TEST_F(SdlDeviceTest, KeepsObjectsAndTheHostsStateAcrossModesAndResizes) {
   device.SelectShape(shape);
   device.DrawShape();
   EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Support::Rgba{255, 255, 255, 255}), 0);
+  device.ReleaseShape(shape);
   log.Clear();
   SDL_SetWindowPosition(window, 17, 23);
   Resize(kSize, kSize);
