@@ -59,6 +59,11 @@ public:
                                  WindowEventHandler handler, void* user) override;
   void RemoveWindowEventHandlers(void* user) override;
 
+  // What is held of SDL now: contexts made here and not destroyed, and
+  // installed window-event handlers. Tests check that nothing is left over.
+  size_t ContextCount() const { return contexts.size(); }
+  size_t HandlerCount() const { return watches.size(); }
+
 private:
   // What SDL does not keep for a context made here: the window it draws on,
   // and a swap interval waiting for the context to become current (SDL sets
