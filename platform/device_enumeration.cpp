@@ -84,11 +84,8 @@ bool IOpenGL::ReleaseDevice(unsigned long) {
   ReleaseGL();
   Platform& platform = CurrentPlatform();
   void* context = platform.CurrentContext();
-  if (platform.IsDisplayCaptured(displayId)) {
-    void* window = platform.ContextWindow(context);
-    if (window && ReturnToDesktop(window)) platform.AttachToWindow(context, window);
-    platform.ReleaseDisplay(displayId);
-  }
+  if (fullScreenWindow) LeaveFullScreen();
+  platform.ReleaseDisplay(displayId);
   platform.MakeCurrent(nullptr);
   if (context) platform.DestroyContext(context);
   return true;

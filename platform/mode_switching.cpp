@@ -24,7 +24,7 @@ void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
   platform.CaptureDisplay(device.displayId);
   bool exactMatch = true;
   DisplayMode best;
-  if (!platform.BestModeWithRefreshRate(device.displayId, mode.bitsPerPixel, mode.width,
+  if (!platform.BestModeWithRefreshRate(device.displayId, window, mode.bitsPerPixel, mode.width,
                                         mode.height, static_cast<double>(mode.refreshRate), best,
                                         exactMatch)) {
     Log::Output("[kelo-agl] mode invalid.\n");
@@ -36,6 +36,11 @@ void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
                 mode.bitsPerPixel, mode.refreshRate);
     ReleaseDisplayAndFail(device.displayId);
     return nullptr;
+  }
+  // One window at a time is full screen: the one before leaves it first.
+  if (device.fullScreenWindow && device.fullScreenWindow != window) {
+    if (!device.LeaveFullScreen()) return nullptr;
+    platform.CaptureDisplay(device.displayId);
   }
   if (!platform.SwitchToMode(device.displayId, window, best)) {
     Log::Output("[kelo-agl] cannot switch to mode.\n");
@@ -50,14 +55,8 @@ void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
   return context;
 }
 
-// Leaving full screen first puts the display back to the desktop, then gives
-// it back.
 void* EnterWindow(IOpenGL& device, void* window, const DisplayMode& mode) {
-  Platform& platform = CurrentPlatform();
-  if (!device.currentMode.windowed) {
-    if (!device.ReturnToDesktop(window)) return nullptr;
-    platform.ReleaseDisplay(device.displayId);
-  }
+  if (device.fullScreenWindow && !device.LeaveFullScreen()) return nullptr;
   void* context = device.InitGLWindowedCtx(window, mode);
   if (!context) Log::Output("[kelo-agl] failed to initialze window context.\n");
   return context;
@@ -70,19 +69,40 @@ bool AttachContext(IOpenGL& device, void* context, void* window, bool windowed) 
     Log::Output("[kelo-agl] failed to attach context to window: [%s]\n", platform.LastError());
     return false;
   }
-  if (platform.SetFullScreen(context, window)) return true;
+  if (platform.SetFullScreen(context, window)) {
+    device.fullScreenWindow = window;
+    return true;
+  }
   Log::Output("[kelo-agl] cannot switch to fullscreen.\n");
   return ReleaseDisplayAndFail(device.displayId);
 }
 
 }  // namespace
 
-// The desktop is the size and depth that Init found, whatever its rate.
+// Only a full screen the device made is undone, through the window it made
+// full screen; a window destroyed since took its full screen with it.
+bool IOpenGL::LeaveFullScreen() {
+  Platform& platform = CurrentPlatform();
+  if (platform.IsValidWindow(fullScreenWindow)) {
+    if (!ReturnToDesktop(fullScreenWindow)) return false;
+    platform.LeaveFullScreen(fullScreenWindow);
+  }
+  fullScreenWindow = nullptr;
+  platform.ReleaseDisplay(displayId);
+  return true;
+}
+
+// The desktop is the size and depth the display shows its desktop in,
+// whatever its rate.
 bool IOpenGL::ReturnToDesktop(void* window) {
   Platform& platform = CurrentPlatform();
+  ModeRecord desktop;
+  int width = 0, height = 0, bitsPerPixel = 0;
   DisplayMode best;
-  if (!platform.BestMode(displayId, desktopMode.bitsPerPixel, desktopMode.width, desktopMode.height,
-                         best)) {
+  if (!platform.DesktopMode(displayId, desktop) || !desktop.width.ReadInt(width) ||
+      !desktop.height.ReadInt(height) || !desktop.bitsPerPixel.ReadInt(bitsPerPixel) ||
+      !platform.BestMode(displayId, static_cast<unsigned>(bitsPerPixel),
+                         static_cast<unsigned>(width), static_cast<unsigned>(height), best)) {
     Log::Output("[kelo-agl] no suitable mode found.\n");
     return ReleaseDisplayAndFail(displayId);
   }

@@ -100,8 +100,9 @@ public:
   virtual void* CurrentContext() = 0;
   // Presents the back buffer of `context`'s drawable; does nothing for null.
   virtual void SwapBuffers(void* context) = 0;
-  // The main display's current mode; false when the system reports none.
-  virtual bool DesktopMode(ModeRecord& out) = 0;
+  // The mode a display shows its desktop in; false when the system reports
+  // none.
+  virtual bool DesktopMode(unsigned display, ModeRecord& out) = 0;
   // The address of a GL entry point, or null when the system knows none.
   virtual void* GLProcAddress(const char* name) = 0;
 
@@ -116,11 +117,13 @@ public:
   // Every mode of the display in the system's order; false when the display's
   // modes cannot be listed.
   virtual bool DisplayModes(unsigned display, std::vector<ListedMode>& out) = 0;
-  // The display's mode closest to the request, and whether its size, depth and
-  // refresh rate all equal the request; false when the display has no mode.
-  virtual bool BestModeWithRefreshRate(unsigned display, unsigned bitsPerPixel, unsigned width,
-                                       unsigned height, double refreshRate, DisplayMode& out,
-                                       bool& exactMatch) = 0;
+  // The display's mode closest to the request, and whether it is one the
+  // display lists and can take, with the host's window on it, at the
+  // request's size, depth and refresh rate; false when the display has no
+  // mode.
+  virtual bool BestModeWithRefreshRate(unsigned display, void* window, unsigned bitsPerPixel,
+                                       unsigned width, unsigned height, double refreshRate,
+                                       DisplayMode& out, bool& exactMatch) = 0;
   // The display's mode closest in size and depth, whatever its refresh rate;
   // false when the display has no mode.
   virtual bool BestMode(unsigned display, unsigned bitsPerPixel, unsigned width, unsigned height,
@@ -132,8 +135,9 @@ public:
   virtual void ReleaseDisplay(unsigned display) = 0;
   // Whether a display is taken.
   virtual bool IsDisplayCaptured(unsigned display) = 0;
-  // Switches the display, through the host's window on it, to `mode` (one of
-  // its own modes); false when the display or window refuses.
+  // Moves the host's window onto the display and switches the display
+  // through it to `mode` (one of its own modes); false when the display or
+  // window refuses.
   virtual bool SwitchToMode(unsigned display, void* window, const DisplayMode& mode) = 0;
   // The graphics device that drives a display; false when there is none.
   virtual bool GraphicsDevice(unsigned display, int& device) = 0;
@@ -146,13 +150,16 @@ public:
   // programs with `share` (null, or the current context); the current context
   // stays current. Null when no context can be made.
   virtual void* CreateContext(void* format, void* window, void* share) = 0;
-  // Makes `window` the drawable of `context` and takes the window out of full
-  // screen; a null window detaches the context. False when refused, with the
-  // reason in LastError.
+  // Makes `window` the drawable of `context`, full screen or not as it is; a
+  // null window detaches the context. False when refused, with the reason in
+  // LastError.
   virtual bool AttachToWindow(void* context, void* window) = 0;
   // Makes `context` draw full screen on `window`, at the display's mode;
   // false when refused.
   virtual bool SetFullScreen(void* context, void* window) = 0;
+  // Takes a window SetFullScreen made full screen back to its earlier size;
+  // false when refused.
+  virtual bool LeaveFullScreen(void* window) = 0;
   // The window `context` draws on, full screen or not; null when it draws on
   // none or was not made here.
   virtual void* ContextWindow(void* context) = 0;

@@ -17,8 +17,9 @@ IOpenGL::IOpenGL()
 IOpenGL::~IOpenGL() { CurrentPlatform().RemoveWindowEventHandlers(this); }
 
 bool IOpenGL::Init() {
+  Platform& platform = CurrentPlatform();
   ModeRecord mode;
-  if (!CurrentPlatform().DesktopMode(mode)) return false;
+  if (!platform.DesktopMode(platform.MainDisplay(), mode)) return false;
   int value = 0;
   if (!mode.width.ReadInt(value)) return false;
   currentMode.width = static_cast<unsigned>(value);

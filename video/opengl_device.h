@@ -83,8 +83,12 @@ public:
   // All platform work of SetDisplayMode: display capture and switch, the new
   // context, its window, the event handler and the swap interval.
   bool SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync);
-  // Switches the device's display, through `window`, back to the desktop
-  // found by Init; false, logged and with the display given back, on failure.
+  // Returns the display to its desktop, takes the window the device made full
+  // screen out of it and gives the display back; false, logged and with the
+  // display given back, when the desktop cannot be restored.
+  bool LeaveFullScreen();
+  // Switches the device's display, through `window`, back to its desktop;
+  // false, logged and with the display given back, on failure.
   bool ReturnToDesktop(void* window);
   // A new context sharing objects with the current one, for rendering into
   // `window` or full screen on the device's display through it; null on failure.
@@ -107,6 +111,8 @@ public:
   unsigned int program;
   float viewMatrix[16];
   unsigned int displayId;
+  // The host's window the device made full screen, while it is.
+  void* fullScreenWindow = nullptr;
 };
 
 }  // namespace Kelo

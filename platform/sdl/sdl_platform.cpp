@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <tuple>
 #include <utility>
+
+#include "platform/sdl/x_screen.h"
 
 namespace Kelo {
 namespace {
@@ -47,6 +51,46 @@ bool ClosestMode(unsigned display, unsigned width, unsigned height, int refreshR
 DisplayMode DisplayModeOf(const SDL_DisplayMode& mode) {
   return {static_cast<unsigned>(mode.w), static_cast<unsigned>(mode.h), BitsPerPixel(mode.format),
           false, static_cast<unsigned>(mode.refresh_rate)};
+}
+
+// SDL 2.26 on X turns the output off, resizes the whole screen to the mode,
+// which RandR allows only where every other output fits the mode's size, and
+// gives the output the mode; an output the screen cannot then hold ends the
+// process with an X error.
+bool ScreenHolds(SDL_Window* window, int index, int width, int height) {
+  int screenWidth = 0, screenHeight = 0;
+  if (!XScreenSize(window, screenWidth, screenHeight)) return true;
+  bool resized = true;
+  for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
+    SDL_Rect output;
+    SDL_GetDisplayBounds(i, &output);
+    resized =
+        resized && (i == index || (output.x + output.w <= width && output.y + output.h <= height));
+  }
+  if (resized) std::tie(screenWidth, screenHeight) = std::pair(width, height);
+  SDL_Rect target;
+  SDL_GetDisplayBounds(index, &target);
+  return target.x + width <= screenWidth && target.y + height <= screenHeight;
+}
+
+// The mode the display lists for a request, if the display can take it: the
+// same size and depth, and the same rate where SDL knows one (SDL fills in
+// the request's where it does not). A listed mode of no depth or no size is
+// none.
+bool TakeableMode(SDL_Window* window, int index, const DisplayMode& request, SDL_DisplayMode& out) {
+  const int count = SDL_GetNumDisplayModes(index);
+  for (int i = 0; i < count; ++i) {
+    if (SDL_GetDisplayMode(index, i, &out) != 0) continue;
+    const DisplayMode listed = DisplayModeOf(out);
+    if (listed.bitsPerPixel > 8 && listed.width > 0 && listed.height > 0 &&
+        listed.width == request.width && listed.height == request.height &&
+        listed.bitsPerPixel == request.bitsPerPixel &&
+        (out.refresh_rate == 0 || listed.refreshRate == request.refreshRate)) {
+      out.refresh_rate = static_cast<int>(request.refreshRate);
+      return !window || ScreenHolds(window, index, out.w, out.h);
+    }
+  }
+  return false;
 }
 
 // While SDL switches the display or takes a window in or out of full screen
@@ -149,9 +193,10 @@ void SdlPlatform::SwapBuffers(void* context) {
   if (SDL_Window* window = SDL_GL_GetCurrentWindow()) SDL_GL_SwapWindow(window);
 }
 
-bool SdlPlatform::DesktopMode(ModeRecord& out) {
+bool SdlPlatform::DesktopMode(unsigned display, ModeRecord& out) {
+  const int index = DisplayIndex(display);
   SDL_DisplayMode mode;
-  if (!EnsureVideo() || SDL_GetDesktopDisplayMode(0, &mode) != 0) return false;
+  if (index < 0 || SDL_GetDesktopDisplayMode(index, &mode) != 0) return false;
   out = RecordOf(mode);
   return true;
 }
@@ -192,14 +237,14 @@ bool SdlPlatform::DisplayModes(unsigned display, std::vector<ListedMode>& out) {
   return true;
 }
 
-bool SdlPlatform::BestModeWithRefreshRate(unsigned display, unsigned bitsPerPixel, unsigned width,
-                                          unsigned height, double refreshRate, DisplayMode& out,
-                                          bool& exactMatch) {
+bool SdlPlatform::BestModeWithRefreshRate(unsigned display, void* window, unsigned bitsPerPixel,
+                                          unsigned width, unsigned height, double refreshRate,
+                                          DisplayMode& out, bool& exactMatch) {
   SDL_DisplayMode closest;
   if (!ClosestMode(display, width, height, static_cast<int>(refreshRate), closest)) return false;
+  const DisplayMode request{width, height, bitsPerPixel, false, static_cast<unsigned>(refreshRate)};
+  exactMatch = TakeableMode(liveWindows.Find(window), DisplayIndex(display), request, closest);
   out = DisplayModeOf(closest);
-  exactMatch = out.width == width && out.height == height && out.bitsPerPixel == bitsPerPixel &&
-               closest.refresh_rate == refreshRate;
   return true;
 }
 
@@ -220,16 +265,19 @@ void SdlPlatform::ReleaseDisplay(unsigned display) { captured.erase(display); }
 bool SdlPlatform::IsDisplayCaptured(unsigned display) { return captured.count(display) != 0; }
 
 // SDL switches a display through a window: the mode applies while the window
-// is full screen.
+// is full screen, on the display the window is on.
 bool SdlPlatform::SwitchToMode(unsigned display, void* window, const DisplayMode& mode) {
-  SDL_DisplayMode closest;
+  const int index = DisplayIndex(display);
   SDL_Window* target = LiveWindow(window);
-  if (!target ||
-      !ClosestMode(display, mode.width, mode.height, static_cast<int>(mode.refreshRate), closest)) {
-    return false;
-  }
+  SDL_DisplayMode listed;
+  if (!target || index < 0 || !TakeableMode(target, index, mode, listed)) return false;
   const Switching underway;
-  return SDL_SetWindowDisplayMode(target, &closest) == 0;
+  if (SDL_GetWindowDisplayIndex(target) != index) {
+    SDL_Rect bounds;
+    SDL_GetDisplayBounds(index, &bounds);
+    SDL_SetWindowPosition(target, bounds.x, bounds.y);
+  }
+  return SDL_SetWindowDisplayMode(target, &listed) == 0;
 }
 
 bool SdlPlatform::GraphicsDevice(unsigned display, int& device) {
@@ -287,9 +335,6 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
   }
   SDL_Window* target = LiveWindow(window);
   if (!target) return false;
-  if ((SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN) && !LeaveFullScreen(target)) {
-    return false;
-  }
   state->window = target;
   return true;
 }
@@ -297,7 +342,9 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
 // Without a window manager nothing gives a window back the size it had before
 // full screen, and SDL goes on reporting the size of the last mode: the size
 // is put back here.
-bool SdlPlatform::LeaveFullScreen(SDL_Window* window) {
+bool SdlPlatform::LeaveFullScreen(void* handle) {
+  SDL_Window* window = LiveWindow(handle);
+  if (!window) return false;
   const Switching underway;
   if (SDL_SetWindowFullscreen(window, 0) != 0) return false;
   const auto size = windowedSizes.find(SDL_GetWindowID(window));

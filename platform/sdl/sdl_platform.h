@@ -22,16 +22,16 @@ class SdlPlatform final : public Platform {
 public:
   void* CurrentContext() override;
   void SwapBuffers(void* context) override;
-  bool DesktopMode(ModeRecord& out) override;
+  bool DesktopMode(unsigned display, ModeRecord& out) override;
   void* GLProcAddress(const char* name) override;
 
   bool ActiveDisplays(std::vector<unsigned>& out) override;
   unsigned MainDisplay() override;
   bool ModelName(unsigned display, std::vector<char>& out) override;
   bool DisplayModes(unsigned display, std::vector<ListedMode>& out) override;
-  bool BestModeWithRefreshRate(unsigned display, unsigned bitsPerPixel, unsigned width,
-                               unsigned height, double refreshRate, DisplayMode& out,
-                               bool& exactMatch) override;
+  bool BestModeWithRefreshRate(unsigned display, void* window, unsigned bitsPerPixel,
+                               unsigned width, unsigned height, double refreshRate,
+                               DisplayMode& out, bool& exactMatch) override;
   bool BestMode(unsigned display, unsigned bitsPerPixel, unsigned width, unsigned height,
                 DisplayMode& out) override;
 
@@ -46,6 +46,7 @@ public:
   void* CreateContext(void* format, void* window, void* share) override;
   bool AttachToWindow(void* context, void* window) override;
   bool SetFullScreen(void* context, void* window) override;
+  bool LeaveFullScreen(void* window) override;
   void* ContextWindow(void* context) override;
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
@@ -81,7 +82,6 @@ private:
   static int DeliverWindowEvent(void* watch, SDL_Event* event);
   ContextState* Known(void* context);
   SDL_Window* LiveWindow(void* handle);
-  bool LeaveFullScreen(SDL_Window* window);
 
   std::map<void*, ContextState> contexts;
   std::set<unsigned> captured;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -135,6 +136,29 @@ TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
     for (const auto& made : platform.contexts) EXPECT_EQ(made.destroyed, &made != old);
     device.ReleaseDevice(kDisplay);
     platform.refused.clear();
+  }
+}
+
+// The display comes back to the desktop through the window made full screen, whichever window
+// the next mode names; the desktop is 1280 x 800.
+TEST_F(ModeSwitchingTest, OnlyTheWindowTheDeviceMadeFullScreenLeavesIt) {
+  int other = 0;
+  platform.windows.insert(&other);
+  const DisplayMode kDesktop{1280, 800, 32, false, 60};
+  // clang-format off
+  const struct { DisplayMode second; std::set<void*> fullScreen; DisplayMode shown; } cases[] = {
+      {kWin, {}, kDesktop}, {kFull, {&other}, kFull}, {k16, {&other}, k16}};
+  // clang-format on
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << "then " << c.second);
+    ASSERT_TRUE(Set(kFull));
+    ASSERT_TRUE(device.SetDisplayMode(&other, c.second, true));
+    EXPECT_EQ(std::make_tuple(platform.fullScreenWindows, platform.switchedModes[kDisplay],
+                              platform.IsDisplayCaptured(kDisplay)),
+              std::make_tuple(c.fullScreen, c.shown, !c.second.windowed));
+    device.ReleaseDevice(kDisplay);
+    EXPECT_EQ(std::make_tuple(platform.fullScreenWindows, platform.switchedModes[kDisplay]),
+              std::make_tuple(std::set<void*>{}, kDesktop));
   }
 }
 

@@ -35,7 +35,7 @@ public:
 
   void* CurrentContext() override { return context; }
   void SwapBuffers(void* swapped) override { swaps.push_back(swapped); }
-  bool DesktopMode(ModeRecord& out) override { return desktop && (out = *desktop, true); }
+  bool DesktopMode(unsigned, ModeRecord& out) override { return desktop && (out = *desktop, true); }
   void* GLProcAddress(const char* name) override { return SDL_GL_GetProcAddress(name); }
   bool ActiveDisplays(std::vector<unsigned>& out) override {
     for (const Display& display : displays) out.push_back(display.id);
@@ -48,7 +48,7 @@ public:
   bool DisplayModes(unsigned id, std::vector<ListedMode>& out) override {
     return Find(id) && Find(id)->modes && (out = *Find(id)->modes, true);
   }
-  bool BestModeWithRefreshRate(unsigned, unsigned bits, unsigned width, unsigned height,
+  bool BestModeWithRefreshRate(unsigned, void*, unsigned bits, unsigned width, unsigned height,
                                double rate, DisplayMode& out, bool& exact) override {
     out = {width, height, bits, false, static_cast<unsigned>(rate)};
     return (exact = Ok("ExactMode"), Ok("BestModeWithRefreshRate"));
@@ -92,8 +92,10 @@ public:
     return Place(handle, window, false);
   }
   bool SetFullScreen(void* handle, void* window) override {
-    return Ok("SetFullScreen") && Place(handle, window, true);
+    return Ok("SetFullScreen") && Place(handle, window, true) &&
+           (fullScreenWindows.insert(window), true);
   }
+  bool LeaveFullScreen(void* window) override { return fullScreenWindows.erase(window) != 0; }
   void* ContextWindow(void* handle) override { return handle ? Made(handle).window : nullptr; }
   void SetSwapInterval(void* handle, int i) override { Made(handle).swapInterval = i; }
   bool MakeCurrent(void* handle) override {
@@ -138,6 +140,7 @@ public:
   void* context = nullptr;
   std::vector<void*> swaps;
   std::set<unsigned> captured;
+  std::set<void*> fullScreenWindows;
   std::map<unsigned, DisplayMode> switchedModes;
   std::list<Context> formats;
   std::list<Context> contexts;
