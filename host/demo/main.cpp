@@ -56,14 +56,41 @@ bool SaveFrame(SDL_Window* window, const std::string& path) {
 }
 
 // The window's framebuffer is fixed when the window is made: ask for the
-// stencil bit that clipping needs and for multisampling first.
+// stencil bit that clipping needs and for multisampling first. Where no
+// multisampled framebuffer exists (Mesa's softpipe offers none) the window
+// is made without.
 SDL_Window* MakeWindow(int width, int height) {
   SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
   SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 1);
-  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLEBUFFERS, 1);
-  SDL_GL_SetAttribute(SDL_GL_MULTISAMPLESAMPLES, 2);
-  return SDL_CreateWindow("kelo-demo", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width,
-                          height, SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE);
+  for (int samples : {2, 0}) {
+    SDL_GL_SetAttribute(SDL_GL_MULTISAMPLEBUFFERS, samples ? 1 : 0);
+    SDL_GL_SetAttribute(SDL_GL_MULTISAMPLESAMPLES, samples);
+    if (SDL_Window* window =
+            SDL_CreateWindow("kelo-demo", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width,
+                             height, SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE)) {
+      return window;
+    }
+  }
+  return nullptr;
+}
+
+// The display --display names, as --list numbers it.
+bool FindDisplay(Kelo::IVideo& video, unsigned id, Kelo::DeviceDescription& out) {
+  struct Search {
+    unsigned id;
+    Kelo::DeviceDescription* out;
+    bool found;
+  } search{id, &out, false};
+  video.EnumerateDevices(
+      Kelo::DEV_SUBCLASS_DISPLAY,
+      [](const Kelo::DeviceDescription& device, void* user) {
+        auto& search = *static_cast<Search*>(user);
+        if (device.displayId != search.id) return;
+        *search.out = device;
+        search.found = true;
+      },
+      &search);
+  return search.found;
 }
 
 // SDL's offscreen driver sizes a window's surface once, when the window is
@@ -122,7 +149,11 @@ int Run(const Options& options) {
 
   Kelo::DeviceDescription display{};
   unsigned long device = 0;
-  video->GetDefaultDevice(Kelo::DEV_SUBCLASS_DISPLAY, display);
+  if (!options.display) {
+    video->GetDefaultDevice(Kelo::DEV_SUBCLASS_DISPLAY, display);
+  } else if (!FindDisplay(*video, static_cast<unsigned>(options.display), display)) {
+    return Fail("there is no display " + std::to_string(options.display) + " (try --list)");
+  }
   video->InitDevice(display, device);
   const Kelo::DisplayMode mode =
       options.fullScreen.value_or(Kelo::DisplayMode{640, 480, 32, true, 60});

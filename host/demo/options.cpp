@@ -15,6 +15,7 @@ const char kUsage[] =
     "  --out FILE                 the PNG written when headless (default demo.png)\n"
     "  --frames N                 with a display, stop after N frames\n"
     "  --fullscreen WxHxBPP@HZ    ask for a full-screen mode, e.g. 1024x768x32@60\n"
+    "  --display N                use display N of --list (default: the main one)\n"
     "Without a display (no DISPLAY or WAYLAND_DISPLAY) the demo runs headless.\n";
 
 bool ParseMode(const char* text, Kelo::DisplayMode& mode) {
@@ -42,7 +43,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, bool& helped) {
     const char* arg = argv[i];
     const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
     const bool takesValue = !std::strcmp(arg, "--plugins") || !std::strcmp(arg, "--out") ||
-                            !std::strcmp(arg, "--frames") || !std::strcmp(arg, "--fullscreen");
+                            !std::strcmp(arg, "--frames") || !std::strcmp(arg, "--fullscreen") ||
+                            !std::strcmp(arg, "--display");
     if (takesValue && !value) {
       std::fprintf(stderr, "kelo-demo: %s needs a value (try --help)\n", arg);
       return std::nullopt;
@@ -62,6 +64,11 @@ std::optional<Options> ParseOptions(int argc, char** argv, bool& helped) {
     } else if (!std::strcmp(arg, "--frames")) {
       if (!ParseCount(argv[++i], options.frames)) {
         std::fprintf(stderr, "kelo-demo: --frames wants a count from 1, not \"%s\"\n", argv[i]);
+        return std::nullopt;
+      }
+    } else if (!std::strcmp(arg, "--display")) {
+      if (!ParseCount(argv[++i], options.display)) {
+        std::fprintf(stderr, "kelo-demo: --display wants a number from 1, not \"%s\"\n", argv[i]);
         return std::nullopt;
       }
     } else if (!std::strcmp(arg, "--fullscreen")) {

@@ -12,7 +12,8 @@ struct Options {
   std::string out = "demo.png";
   bool list = false;
   bool headless = false;
-  int frames = 0;  // 0: until the window is closed
+  int frames = 0;   // 0: until the window is closed
+  int display = 0;  // 0: the main display
   std::optional<Kelo::DisplayMode> fullScreen;
 };
 

@@ -22,6 +22,8 @@ inline std::string Expected(const char* what) {
 enum class ColorPath { Unknown, Shader, ARBShader, ARBProgram, TextureCombine };
 ColorPath ExpectedColorPath();
 inline std::string ExpectedStorage() { return Expected("STORAGE"); }
+// The Mesa rasteriser the entry runs on: llvmpipe unless it names another.
+std::string ExpectedRenderer();
 
 void RequestDeviceFramebuffer();
 

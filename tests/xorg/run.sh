@@ -4,10 +4,18 @@
 # The server takes a free display number, listens on no TCP port, logs to a
 # file of its own, and is stopped by its process id when the command ends.
 # Exits with 77 (the tests' skip code) when no such server can start here.
-#   tests/xorg/run.sh COMMAND [ARGUMENT...]
+# It prints each output the server offers, where it is and its modes.
+#   tests/xorg/run.sh [--config FILE] COMMAND [ARGUMENT...]
+# FILE defaults to dummy.conf beside this script; a config with a `Virtual`
+# size gets a screen of that size once the server is up.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 skip=77
+config="$here/dummy.conf"
+if [ "${1:-}" = --config ]; then
+  config="$2"
+  shift 2
+fi
 
 for tool in Xorg xrandr; do
   command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit $skip; }
@@ -25,7 +33,7 @@ trap stop EXIT
 
 # Xorg picks the display number itself and writes it to descriptor 3 once it
 # takes connections.
-Xorg -config "$here/dummy.conf" -logfile "$work/Xorg.log" -nolisten tcp -noreset -sharevts \
+Xorg -config "$config" -logfile "$work/Xorg.log" -nolisten tcp -noreset -sharevts \
   -displayfd 3 3>"$work/display" >"$work/stderr" 2>&1 &
 server=$!
 
@@ -44,4 +52,11 @@ if [ -z "$display" ]; then
 fi
 
 echo "dummy Xorg server (pid $server) on display $display"
+virtual="$(awk '$1 == "Virtual" { print $2 "x" $3 }' "$config")"
+[ -z "$virtual" ] || DISPLAY="$display" xrandr --fb "$virtual"
+DISPLAY="$display" xrandr --current | awk '
+  / connected/ { if (line) print line; line = "  " $1 " " ($3 == "primary" ? $4 : $3) ":" }
+  /^   / && line { for (i = 2; i <= NF; i++) { rate = $i; gsub(/[*+]/, "", rate); line = line " " $1 "@" rate } }
+  / disconnected/ { if (line) print line; line = "" }
+  END { if (line) print line }'
 DISPLAY="$display" "$@"
