@@ -82,6 +82,7 @@ bool IOpenGL::InitDevice(const DeviceDescription& device, unsigned long& handle)
 // window out of full screen. Window-event handlers stay.
 bool IOpenGL::ReleaseDevice(unsigned long) {
   ReleaseGL();
+  textureGeneration = NextTextureGeneration();
   Platform& platform = CurrentPlatform();
   void* context = platform.CurrentContext();
   if (fullScreenWindow) LeaveFullScreen();

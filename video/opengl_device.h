@@ -113,6 +113,12 @@ public:
   unsigned int displayId;
   // The host's window the device made full screen, while it is.
   void* fullScreenWindow = nullptr;
+  // Textures go with the device's context. Each is made in a generation of
+  // the device's textures, unique in the process and replaced when the
+  // device lets go of its context: a texture of an older one names nothing,
+  // since its OpenGL name may belong to a texture of the next context.
+  static unsigned long NextTextureGeneration();
+  unsigned long textureGeneration = NextTextureGeneration();
 };
 
 }  // namespace Kelo
