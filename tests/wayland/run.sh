@@ -8,48 +8,31 @@
 # It prints each output the compositor offers, with its modes.
 #   tests/wayland/run.sh COMMAND [ARGUMENT...]
 set -euo pipefail
-skip=77
+source "$(dirname "$0")/../support/server.sh"
+require sway swaymsg grim setpriv
 
-for tool in sway swaymsg grim setpriv; do
-  command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit $skip; }
-done
-
-runtime="$(mktemp -d)"
-compositor=""
-stop() {
-  [ -n "$compositor" ] && kill "$compositor" 2>/dev/null && wait "$compositor" 2>/dev/null
-  rm -rf "$runtime"
-}
-trap stop EXIT
-
-cat >"$runtime/config" <<'CONFIG'
+cat >"$work/config" <<'CONFIG'
 xwayland disable
 output HEADLESS-1 mode 1024x768 position 0 0 bg #000000 solid_color
 CONFIG
-chown -R nobody "$runtime"
-chmod 755 "$runtime"
-env -i PATH="$PATH" HOME="$runtime" XDG_RUNTIME_DIR="$runtime" WLR_BACKENDS=headless \
+chown -R nobody "$work"
+chmod 755 "$work"
+env -i PATH="$PATH" HOME="$work" XDG_RUNTIME_DIR="$work" WLR_BACKENDS=headless \
   WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman \
-  setpriv --reuid=nobody --regid=nogroup --clear-groups sway -c "$runtime/config" \
-  >"$runtime/sway.log" 2>&1 &
-compositor=$!
+  setpriv --reuid=nobody --regid=nogroup --clear-groups sway -c "$work/config" \
+  >"$work/sway.log" 2>&1 &
+server=$!
 
 socket=""
-for _ in $(seq 100); do
-  socket="$(cd "$runtime" && ls wayland-* 2>/dev/null | grep -v lock | head -n 1)" || true
-  ipc="$(ls "$runtime"/sway-ipc.*.sock 2>/dev/null | head -n 1)" || true
-  [ -n "$socket" ] && [ -n "$ipc" ] && SWAYSOCK="$ipc" swaymsg -t get_outputs >/dev/null 2>&1 && break
-  kill -0 "$compositor" 2>/dev/null || break
-  socket=""
-  sleep 0.1
-done
-if [ -z "$socket" ]; then
-  echo "SKIP: the headless sway compositor did not start; its log ends:"
-  tail -n 15 "$runtime/sway.log"
-  exit $skip
-fi
+ipc=""
+answers() {
+  socket="$(cd "$work" && ls wayland-? 2>/dev/null | head -n 1)" &&
+    ipc="$(ls "$work"/sway-ipc.*.sock 2>/dev/null | head -n 1)" &&
+    [ -n "$socket" ] && [ -n "$ipc" ] && SWAYSOCK="$ipc" swaymsg -t get_outputs >/dev/null 2>&1
+}
+await "headless sway compositor" "$work/sway.log" answers
 
-echo "headless sway (pid $compositor) on $socket"
+echo "headless sway (pid $server) on $socket"
 SWAYSOCK="$ipc" swaymsg -p -t get_outputs |
   awk '/^Output/ { name = $2 } /Current mode:/ { print "  " name ": " $3 " at " $5 " Hz" }'
-XDG_RUNTIME_DIR="$runtime" WAYLAND_DISPLAY="$socket" "$@"
+XDG_RUNTIME_DIR="$work" WAYLAND_DISPLAY="$socket" "$@"
