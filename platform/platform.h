@@ -160,9 +160,6 @@ public:
   // Takes a window SetFullScreen made full screen back to its earlier size;
   // false when refused.
   virtual bool LeaveFullScreen(void* window) = 0;
-  // The window `context` draws on, full screen or not; null when it draws on
-  // none or was not made here.
-  virtual void* ContextWindow(void* context) = 0;
   // The number of display refreshes a swap of `context` waits for. Not checked.
   virtual void SetSwapInterval(void* context, int interval) = 0;
   // Makes `context` current on its drawable; null leaves no context current.

@@ -9,7 +9,8 @@ packages=(
   libgl-dev libegl-dev libgl1-mesa-dri libegl-mesa0 libglx-mesa0
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth
-  xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils
+  xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils libx11-dev
+  sway grim
   clang libclang-rt-14-dev
 )
 

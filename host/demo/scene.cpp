@@ -194,6 +194,9 @@ void Scene::DrawText(Kelo::IVideo& video, const std::string& text, float x, floa
 void Scene::Draw(Kelo::IVideo& video, int frame) {
   using namespace Kelo;
   const float time = static_cast<float>(frame) / 60.0f;
+  // Start-up gives the camera the mode's size; the scene keeps its own, so
+  // that it fills the frame in every mode.
+  video.SetCamera(kWidth, kHeight);
   video.Clear(MIDNIGHTBLUE);
   video.SetColor(WHITE, 1.0f);
 

@@ -369,11 +369,6 @@ bool SdlPlatform::SetFullScreen(void* context, void* window) {
   return true;
 }
 
-void* SdlPlatform::ContextWindow(void* context) {
-  const auto found = contexts.find(context);
-  return found != contexts.end() ? found->second.window : nullptr;
-}
-
 void SdlPlatform::SetSwapInterval(void* context, int interval) {
   if (context == SDL_GL_GetCurrentContext()) {
     SDL_GL_SetSwapInterval(interval);

@@ -47,7 +47,6 @@ public:
   bool AttachToWindow(void* context, void* window) override;
   bool SetFullScreen(void* context, void* window) override;
   bool LeaveFullScreen(void* window) override;
-  void* ContextWindow(void* context) override;
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
   void DestroyContext(void* context) override;

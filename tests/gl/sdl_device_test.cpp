@@ -38,6 +38,17 @@ protected:
     SDL_DestroyWindow(window);
     SDL_GL_ResetAttributes();
   }
+  // A compositor takes a window in and out of full screen in its own time, once the window has
+  // shown a frame; SDL reports the change once it has been told. The flags of `mask` once they
+  // are `expected`, or after half a second of frames.
+  Uint32 SettledFlags(Uint32 mask, Uint32 expected) {
+    for (int i = 0; i < 50 && (SDL_GetWindowFlags(window) & mask) != expected; ++i) {
+      device.EndRender();
+      SDL_PumpEvents();
+      SDL_Delay(10);
+    }
+    return SDL_GetWindowFlags(window) & mask;
+  }
   void Resize(int width, int height) {
     SDL_SetWindowSize(window, width, height);
     for (int i = 0; i < 10; ++i, SDL_Delay(10)) SDL_PumpEvents();
@@ -122,16 +133,19 @@ TEST_F(SdlDeviceTest, TakesOnlyAListedModeFullScreen) {
       EXPECT_EQ(log.StartUps(), 1);
     else
       EXPECT_EQ(log.Lines(), std::vector<std::string>{refusal});
-    EXPECT_EQ(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN, c.taken ? 1u : 0u) << c.mode;
+    const Uint32 fullScreen = c.taken ? SDL_WINDOW_FULLSCREEN : 0;
+    EXPECT_EQ(SettledFlags(SDL_WINDOW_FULLSCREEN, fullScreen), fullScreen) << c.mode;
   }
 }
 
 // A host's borderless full screen is its own: only a full screen the device made is undone.
 TEST_F(SdlDeviceTest, AWindowedModeKeepsTheHostsOwnFullScreen) {
-  ASSERT_EQ(SDL_SetWindowFullscreen(window, SDL_WINDOW_FULLSCREEN_DESKTOP), 0) << SDL_GetError();
+  const Uint32 kDesktop = SDL_WINDOW_FULLSCREEN_DESKTOP;
   ASSERT_TRUE(Windowed(device, window));
-  EXPECT_EQ(SDL_GetWindowFlags(window) & SDL_WINDOW_FULLSCREEN_DESKTOP,
-            static_cast<Uint32>(SDL_WINDOW_FULLSCREEN_DESKTOP));
+  ASSERT_EQ(SDL_SetWindowFullscreen(window, kDesktop), 0) << SDL_GetError();
+  ASSERT_EQ(SettledFlags(kDesktop, kDesktop), kDesktop);
+  ASSERT_TRUE(Windowed(device, window));
+  EXPECT_EQ(SettledFlags(kDesktop, 0), kDesktop);
   SDL_SetWindowFullscreen(window, 0);
 }
 

@@ -96,7 +96,6 @@ public:
            (fullScreenWindows.insert(window), true);
   }
   bool LeaveFullScreen(void* window) override { return fullScreenWindows.erase(window) != 0; }
-  void* ContextWindow(void* handle) override { return handle ? Made(handle).window : nullptr; }
   void SetSwapInterval(void* handle, int i) override { Made(handle).swapInterval = i; }
   bool MakeCurrent(void* handle) override {
     const bool usable =

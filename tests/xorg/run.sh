@@ -10,26 +10,16 @@
 # size gets a screen of that size once the server is up.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
-skip=77
+source "$here/../support/server.sh"
 config="$here/dummy.conf"
 if [ "${1:-}" = --config ]; then
   config="$2"
   shift 2
 fi
 
-for tool in Xorg xrandr; do
-  command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit $skip; }
-done
+require Xorg xrandr
 [ -e /usr/lib/xorg/modules/drivers/dummy_drv.so ] ||
   { echo "SKIP: the dummy video driver is not installed"; exit $skip; }
-
-work="$(mktemp -d)"
-server=""
-stop() {
-  [ -n "$server" ] && kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
-  rm -rf "$work"
-}
-trap stop EXIT
 
 # Xorg picks the display number itself and writes it to descriptor 3 once it
 # takes connections.
@@ -38,18 +28,11 @@ Xorg -config "$config" -logfile "$work/Xorg.log" -nolisten tcp -noreset -sharevt
 server=$!
 
 display=""
-for _ in $(seq 100); do
+answers() {
   [ -s "$work/display" ] && display=":$(head -n 1 "$work/display")" &&
-    DISPLAY="$display" xrandr --current >/dev/null 2>&1 && break
-  kill -0 "$server" 2>/dev/null || break
-  display=""
-  sleep 0.1
-done
-if [ -z "$display" ]; then
-  echo "SKIP: the dummy Xorg server did not start; its log ends:"
-  tail -n 15 "$work/Xorg.log" 2>/dev/null || tail -n 15 "$work/stderr"
-  exit $skip
-fi
+    DISPLAY="$display" xrandr --current >/dev/null 2>&1
+}
+await "dummy Xorg server" "$work/Xorg.log" answers
 
 echo "dummy Xorg server (pid $server) on display $display"
 virtual="$(awk '$1 == "Virtual" { print $2 "x" $3 }' "$config")"
