@@ -198,6 +198,12 @@ protected:
     return model.windows[Any(model.windows)].window;
   }
 
+  HostWindow* Borderless() {
+    for (HostWindow& window : model.windows)
+      if (window.ownFullScreen) return &window;
+    return nullptr;
+  }
+
   std::string Name(SDL_Window* window) {
     const auto id = names.try_emplace(window, SDL_GetWindowID(window)).first->second;
     return "window " + std::to_string(id);
@@ -231,6 +237,7 @@ protected:
   void SetMode(bool windowed) {
     SDL_Window* window = AnyWindow();
     DisplayMode mode{64u + 32 * Random(3), 48u + 16 * Random(3), 32, true, 60};
+    if (HostWindow* borderless = Borderless(); borderless && !windowed) window = borderless->window;
     bool valid = model.Find(window) != nullptr;
     if (!windowed) {
       const bool listedOne = !listed.empty() && Random(3) != 0;
@@ -253,10 +260,13 @@ protected:
     model.Find(window)->handlers++;
   }
 
+  // SDL gives a display the mode of each of its full-screen windows in turn, so this host keeps
+  // one full screen at most: its own borderless one, or the device's.
   void OwnFullScreen() {
     if (model.windows.empty()) return MakeWindow();
-    HostWindow& window = model.windows[Any(model.windows)];
-    if (window.window == model.fullScreen) return Say("leave the device's full screen alone");
+    if (model.fullScreen) return Say("leave the device's full screen alone");
+    HostWindow* borderless = Borderless();
+    HostWindow& window = borderless ? *borderless : model.windows[Any(model.windows)];
     window.ownFullScreen ^= SDL_WINDOW_FULLSCREEN_DESKTOP;
     Say(std::string("the host's own borderless full screen ") +
         (window.ownFullScreen ? "on " : "off ") + Name(window.window));
@@ -425,8 +435,9 @@ protected:
     for (const HostWindow& window : model.windows) {
       const Uint32 want =
           window.window == model.fullScreen ? Uint32{SDL_WINDOW_FULLSCREEN} : window.ownFullScreen;
-      Expect((SDL_GetWindowFlags(window.window) & SDL_WINDOW_FULLSCREEN_DESKTOP) == want,
-             "a window is " + std::string(want ? "" : "not ") + "full screen");
+      const Uint32 got = SDL_GetWindowFlags(window.window) & SDL_WINDOW_FULLSCREEN_DESKTOP;
+      Expect(got == want, Name(window.window) + " has full-screen flags " + std::to_string(got) +
+                              ", not " + std::to_string(want));
     }
     SDL_DisplayMode now{};
     SDL_GetCurrentDisplayMode(0, &now);
