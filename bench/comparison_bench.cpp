@@ -179,8 +179,8 @@ void BM_Startup_Kelo(benchmark::State& state) {
     unsigned long handle = 0, shape = 0;
     device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, display);
     device.InitDevice(display, handle);
-    // A cold start: no context of the session is current for the device to
-    // share with or to replace.
+    // No context of the session is current; the device's first context
+    // shares with the session device's, as a host's second device would.
     SDL_GL_MakeCurrent(window, nullptr);
     device.SetDisplayMode(window, DisplayMode{320, 240, 32, true, 60}, false);
     device.Clear(BLACK);

@@ -32,8 +32,6 @@ GLSession::GLSession() {
   unsigned long handle = 0;
   device.GetDefaultDevice(Kelo::DEV_SUBCLASS_DISPLAY, display);
   device.InitDevice(display, handle);
-  // The device replaces (and destroys) whatever context is current, so it is
-  // started before SDL's renderer makes one of its own.
   if (!device.SetDisplayMode(deviceWindow, Kelo::DisplayMode{kWidth, kHeight, 32, true, 60},
                              false)) {
     std::fprintf(stderr, "cannot start the device: %s\n", SDL_GetError());

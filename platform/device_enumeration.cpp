@@ -80,15 +80,22 @@ bool IOpenGL::InitDevice(const DeviceDescription& device, unsigned long& handle)
 // Giving a display back does not give back its mode here: a device released
 // in full screen first returns the display to the desktop and takes the
 // window out of full screen. Window-event handlers stay.
+// The program and the storage are released on the device's own context, made
+// current even when its window is gone; without it nothing is current for
+// them, so their deletes reach no context of the host's. What the host had
+// current is current again afterwards.
 bool IOpenGL::ReleaseDevice(unsigned long) {
+  Platform& platform = CurrentPlatform();
+  const Platform::Binding before = platform.CurrentBinding();
+  if (!context || !platform.MakeCurrent(context)) platform.MakeCurrent(nullptr);
   ReleaseGL();
   textureGeneration = NextTextureGeneration();
-  Platform& platform = CurrentPlatform();
-  void* context = platform.CurrentContext();
   if (fullScreenWindow) LeaveFullScreen();
   platform.ReleaseDisplay(displayId);
   platform.MakeCurrent(nullptr);
-  if (context) platform.DestroyContext(context);
+  platform.DestroyContext(context);
+  if (before.context && before.context != context) platform.RestoreBinding(before);
+  context = nullptr;
   return true;
 }
 

@@ -50,21 +50,30 @@ void* ChooseFormat(const int* device, int drawable) {
   return format;
 }
 
-// Sharing every object with the context current now is what lets textures,
-// buffers and programs outlive a mode change.
-void* CreateSharingContext(void* format, void* window) {
+// Sharing every object with the device's context is what lets textures,
+// buffers and programs outlive a mode change, and a window made anew.
+void* CreateSharingContext(void* format, void* window, void* share) {
   Platform& platform = CurrentPlatform();
-  void* context = platform.CreateContext(format, window, platform.CurrentContext());
+  void* context = platform.CreateContext(format, window, share);
   platform.DestroyPixelFormat(format);
   return context;
 }
 
 }  // namespace
 
+void* IOpenGL::ShareContext() const {
+  Platform& platform = CurrentPlatform();
+  return platform.OwnsContext(context) ? context : platform.AnyContext();
+}
+
+bool IOpenGL::OwnContextCurrent() const {
+  return context && CurrentPlatform().CurrentContext() == context;
+}
+
 void* IOpenGL::InitGLWindowedCtx(void* window, const DisplayMode& mode) {
   PatchAttributes(AGL_WINDOW, mode);
   void* format = ChooseFormat(nullptr, AGL_WINDOW);
-  return format ? CreateSharingContext(format, window) : nullptr;
+  return format ? CreateSharingContext(format, window, ShareContext()) : nullptr;
 }
 
 void* IOpenGL::InitGLFullscreenCtx(void* window, const DisplayMode& mode) {
@@ -75,7 +84,7 @@ void* IOpenGL::InitGLFullscreenCtx(void* window, const DisplayMode& mode) {
     return nullptr;
   }
   void* format = ChooseFormat(&device, AGL_FULLSCREEN);
-  return format ? CreateSharingContext(format, window) : nullptr;
+  return format ? CreateSharingContext(format, window, ShareContext()) : nullptr;
 }
 
 }  // namespace Kelo

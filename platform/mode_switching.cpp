@@ -127,8 +127,9 @@ bool IOpenGL::SetDisplayMode(void* window, const DisplayMode& mode, bool vsync) 
   return true;
 }
 
-// The old context is whatever is current; it stays current and alive on every
-// failure, and goes only once the new one has taken its place.
+// The old context is the device's own; what is current stays current and
+// alive on every failure, and the old context goes only once the new one has
+// taken its place. A context the host made is never destroyed.
 bool IOpenGL::SetDisplayModePlatform(void* window, const DisplayMode& mode, bool vsync) {
   Platform& platform = CurrentPlatform();
   if (mode.windowed && !platform.IsValidWindow(window)) {
@@ -150,13 +151,13 @@ bool IOpenGL::SetDisplayModePlatform(void* window, const DisplayMode& mode, bool
   // Never removed: after N successful calls with one window, N handlers run.
   platform.InstallWindowEventHandler(window, kWindowEvents, 2, windowEventHandler, this);
   platform.SetSwapInterval(context, vsync ? 1 : 0);
-  void* old = platform.CurrentContext();
   if (!platform.MakeCurrent(context)) {
     Log::Output("[kelo-agl] cannot switch to context.\n");
     platform.DestroyContext(context);
     return ReleaseDisplayAndFail(displayId);
   }
-  if (old) platform.DestroyContext(old);
+  platform.DestroyContext(this->context);
+  this->context = context;
   return true;
 }
 

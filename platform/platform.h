@@ -147,8 +147,8 @@ public:
   virtual void* ChoosePixelFormat(const int* device, const int* attributes) = 0;
   virtual void DestroyPixelFormat(void* format) = 0;
   // A new context of `format` for `window`, sharing textures, buffers and
-  // programs with `share` (null, or the current context); the current context
-  // stays current. Null when no context can be made.
+  // programs with `share` (null, or a context made here, current or not);
+  // what is current stays current. Null when no context can be made.
   virtual void* CreateContext(void* format, void* window, void* share) = 0;
   // Makes `window` the drawable of `context`, full screen or not as it is; a
   // null window detaches the context. False when refused, with the reason in
@@ -162,13 +162,26 @@ public:
   virtual bool LeaveFullScreen(void* window) = 0;
   // The number of display refreshes a swap of `context` waits for. Not checked.
   virtual void SetSwapInterval(void* context, int interval) = 0;
-  // Makes `context` current on its drawable; null leaves no context current.
+  // Makes `context` current on its drawable, or on a drawable of the
+  // platform's own once its window is gone; null leaves no context current.
   // False when refused, and the previous context then stays current.
   virtual bool MakeCurrent(void* context) = 0;
-  // Destroys a context that is not current any more; null does nothing.
+  // What is current on the calling thread, whoever made it, and its drawable.
+  struct Binding {
+    void* context = nullptr;
+    void* window = nullptr;
+  };
+  virtual Binding CurrentBinding() = 0;
+  // Makes a binding read earlier current again; false, and nothing current,
+  // when its window or context is gone.
+  virtual bool RestoreBinding(const Binding& binding) = 0;
+  // Destroys a context made here; null, or a context made elsewhere, does
+  // nothing.
   virtual void DestroyContext(void* context) = 0;
   // Whether `context` is one made here and not destroyed since; false for null.
   virtual bool OwnsContext(void* context) = 0;
+  // One of the contexts made here and not destroyed since; null when none is.
+  virtual void* AnyContext() = 0;
   // The reason of the last refusal, never null.
   virtual const char* LastError() = 0;
 
@@ -181,7 +194,8 @@ public:
   // Nothing is installed for an invalid window.
   virtual void InstallWindowEventHandler(void* window, const unsigned* kinds, int count,
                                          WindowEventHandler handler, void* user) = 0;
-  // Removes every handler installed with `user`.
+  // Removes every handler installed with `user`. A handler also goes once its
+  // window is gone.
   virtual void RemoveWindowEventHandlers(void* user) = 0;
 };
 

@@ -10,12 +10,12 @@ namespace {
 // Moves that keep the size are ignored. The window's size now is used, not
 // the event's, so an event sent while the size is changing sees the old one.
 // SDL keeps the drawable in step with the window by itself. Start-up needs
-// a context of the device's: after ReleaseDevice there is none, and a
-// context the host made is not the device's to set up.
+// the device's own context current: after ReleaseDevice there is none, and a
+// context the host or another device made is not this device's to set up.
 void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> attributes) {
   if (!attributes || !(*attributes & kWindowBoundsChangeSizeChanged)) return;
   Platform& platform = CurrentPlatform();
-  if (!platform.OwnsContext(platform.CurrentContext())) return;
+  if (!device.OwnContextCurrent()) return;
   if (!window || !platform.IsValidWindow(window)) return;
   int width = 0;
   int height = 0;
@@ -32,8 +32,7 @@ void FollowWindowSize(IOpenGL& device, void* window, std::optional<unsigned> att
 // platform that delivers it.
 void DetachFromWindow(const IOpenGL& device) {
   if (!device.currentMode.windowed) return;
-  Platform& platform = CurrentPlatform();
-  if (void* context = platform.CurrentContext()) platform.AttachToWindow(context, nullptr);
+  if (device.context) CurrentPlatform().AttachToWindow(device.context, nullptr);
 }
 
 }  // namespace

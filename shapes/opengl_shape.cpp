@@ -30,7 +30,7 @@ void PackColoured(ColouredVertex* out, unsigned long count, const Color* colours
 
 }  // namespace
 
-IOpenGLShape::IOpenGLShape() : block(nullptr), format(0), mode(0), vertexCount(0) {}
+IOpenGLShape::IOpenGLShape() : block(nullptr), storage(0), format(0), mode(0), vertexCount(0) {}
 
 IOpenGLShape::~IOpenGLShape() {}
 
@@ -48,6 +48,7 @@ bool IOpenGLShape::Init(SHAPE_TYPE type, unsigned long count, const Color* colou
     PackColoured(static_cast<ColouredVertex*>(scratch), count, colours, opacity, points);
     format = GL_C4UB_V2F;
   }
+  storage = VRAMManager->identity;
   block = VRAMManager->Allocate(count * vertexSize);
   if (!block) {
     std::free(scratch);
@@ -66,5 +67,7 @@ bool IOpenGLShape::Init(SHAPE_TYPE type, unsigned long count, const Color* colou
 }
 
 void IOpenGLShape::Release() { VRAMManager->Deallocate(block); }
+
+bool IOpenGLShape::InStorage() const { return VRAMManager && VRAMManager->identity == storage; }
 
 }  // namespace Kelo

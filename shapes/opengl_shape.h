@@ -18,8 +18,12 @@ public:
             const Point* points, const Point* texcoords);
   // Gives the block back; only for shapes whose Init succeeded.
   void Release();
+  // Whether the storage the shape was stored in is still the one in use: a
+  // shape kept past ReleaseDevice, or past another device's, has lost it.
+  bool InStorage() const;
 
   OGLVRAM::Node* block;
+  unsigned long long storage;
   unsigned int format;
   unsigned int mode;
   unsigned long vertexCount;

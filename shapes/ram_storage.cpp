@@ -48,8 +48,9 @@ bool ram_copy(const Kelo::IOpenGLShape* shape, const void* vertices) {
 }
 
 void ram_render(const Kelo::IOpenGLShape* shape) {
+  const Kelo::OGLVRAM::HVRAM_Desc& block = shape->block->data;
   const GLint first = PointInterleavedArrays(
-      shape->format, 0, reinterpret_cast<std::uintptr_t>(Start(shape->block->data)));
+      shape->format, 0, static_cast<const unsigned char*>(RAM[block.buffer]), block.offset);
   glDrawArrays(shape->mode, first, static_cast<GLsizei>(shape->vertexCount));
 }
 

@@ -11,6 +11,9 @@ namespace {
 
 IOpenGLShape* ShapeOf(unsigned long handle) { return reinterpret_cast<IOpenGLShape*>(handle); }
 
+// A shape whose storage is gone is drawn nowhere.
+bool Drawable(unsigned long handle) { return handle && ShapeOf(handle)->InStorage(); }
+
 // Shapes need the storage that the first SetDisplayMode starts, and a kind
 // the primitive table knows.
 bool CanStore(SHAPE_TYPE type) { return VRAMManager && type <= SHAPE_TRIANGLES; }
@@ -81,9 +84,11 @@ bool IOpenGL::CreateShape(unsigned long& handle, SHAPE_TYPE type, unsigned long 
 }
 
 // Released or foreign handles cannot be told apart without a table; 0 can.
+// A shape whose storage is gone has no block to give back: the storage that
+// replaced it may hold another shape's there.
 bool IOpenGL::ReleaseShape(unsigned long handle) {
   IOpenGLShape* shape = ShapeOf(handle);
-  if (shape && VRAMManager) shape->Release();
+  if (shape && shape->InStorage()) shape->Release();
   delete shape;
   return true;
 }
@@ -91,7 +96,7 @@ bool IOpenGL::ReleaseShape(unsigned long handle) {
 void IOpenGL::SelectShape(unsigned long handle) { currentShape = handle; }
 
 void IOpenGL::DrawShape() {
-  if (!currentShape || !VRAMManager) return;
+  if (!Drawable(currentShape)) return;
   GLfloat colour[4];
   glGetFloatv(GL_CURRENT_COLOR, colour);
   HandOverColor(colour);
@@ -130,7 +135,7 @@ void IOpenGL::DrawShape(SHAPE_TYPE type, unsigned long count, const Point* point
 // are set to 1 rather than counted: with more than one stencil bit a pixel
 // covered twice would hold 2 and fail the test on the low bit.
 void IOpenGL::ClipShape() {
-  if (!currentShape) return;
+  if (!Drawable(currentShape)) return;
   glEnable(GL_STENCIL_TEST);
   glStencilFunc(GL_ALWAYS, 1, ~0u);
   glStencilOp(GL_ZERO, GL_ZERO, GL_REPLACE);

@@ -60,7 +60,7 @@ void vbo_render(const Kelo::IOpenGLShape* shape) {
   const Kelo::OGLVRAM::HVRAM_Desc& block = shape->block->data;
   const GLuint buffer = static_cast<GLuint>(block.buffer);
   BindIfOther(buffer);
-  const GLint first = PointInterleavedArrays(shape->format, buffer, block.offset);
+  const GLint first = PointInterleavedArrays(shape->format, buffer, nullptr, block.offset);
   glDrawArrays(shape->mode, first, static_cast<GLsizei>(shape->vertexCount));
 }
 

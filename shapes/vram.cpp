@@ -28,11 +28,13 @@ bool SameBuffer(const OGLVRAM::Node* a, const OGLVRAM::Node* b) {
 
 }  // namespace
 
-OGLVRAM::OGLVRAM() : buffers(nullptr), bufferCount(0), bufferSize(0) {}
+OGLVRAM::OGLVRAM() : buffers(nullptr), bufferCount(0), bufferSize(0), identity(0) {}
 
 OGLVRAM::~OGLVRAM() {}
 
 bool OGLVRAM::Init() {
+  static unsigned long long started = 0;
+  identity = ++started;
   bufferCount = 1;
   if (!GrowNames(buffers, bufferCount)) return false;
   if (IsSupported("GL_ARB_vertex_buffer_object")) {

@@ -52,6 +52,9 @@ public:
   unsigned long bufferCount;
   DList<HVRAM_Desc> blocks;
   unsigned long bufferSize;
+  // Tells the storage each Init starts from every other of the process, so a
+  // shape can find out whether the storage it was stored in is still there.
+  unsigned long long identity;
 };
 
 // The one storage manager of the process, shared by every device and shape:

@@ -30,6 +30,14 @@ OGLTexture* LiveTexture(unsigned long handle, unsigned long generation) {
   return made && made->generation == generation ? &made->texture : nullptr;
 }
 
+// A texture is made only while the device's own context is current, as with
+// no context at all (the texture library would crash looking for one): a
+// texture made in a context of the host's would live in the host's share
+// group, where the device's draws never find it and the host's own texture
+// of that name could later be deleted in its place. The creation then fails
+// as it would without a context: false, the handle set, no texture name.
+bool CanMakeTextures(const IOpenGL& device) { return device.OwnContextCurrent(); }
+
 GLuint NameOf(unsigned long handle, unsigned long generation) {
   const OGLTexture* texture = LiveTexture(handle, generation);
   return texture ? texture->glName : 0;
@@ -48,25 +56,30 @@ int LevelZero(unsigned long handle, unsigned long generation, GLenum parameter) 
 
 bool IOpenGL::CreateTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels,
                             unsigned width, unsigned height) {
-  return NewTexture(handle, textureGeneration)->Load(format, pixels, width, height);
+  OGLTexture* texture = NewTexture(handle, textureGeneration);
+  return CanMakeTextures(*this) && texture->Load(format, pixels, width, height);
 }
 
 bool IOpenGL::CreateFontTexture(unsigned long& handle, IMAGE_FORMAT format, const void* pixels,
                                 unsigned width, unsigned height) {
-  return NewTexture(handle, textureGeneration)->LoadFont(format, pixels, width, height);
+  OGLTexture* texture = NewTexture(handle, textureGeneration);
+  return CanMakeTextures(*this) && texture->LoadFont(format, pixels, width, height);
 }
 
 bool IOpenGL::CreateTexture(unsigned long& handle, const char* filename) {
-  return NewTexture(handle, textureGeneration)->Load(filename);
+  OGLTexture* texture = NewTexture(handle, textureGeneration);
+  return CanMakeTextures(*this) && texture->Load(filename);
 }
 
 bool IOpenGL::CreateTexture(unsigned long& handle, const char* filename, const Color& colorKey) {
-  return NewTexture(handle, textureGeneration)->Load(filename, colorKey);
+  OGLTexture* texture = NewTexture(handle, textureGeneration);
+  return CanMakeTextures(*this) && texture->Load(filename, colorKey);
 }
 
 bool IOpenGL::CreateTexture(unsigned long& handle, IMAGE_FORMAT format, unsigned width,
                             unsigned height) {
-  return NewTexture(handle, textureGeneration)->Load(format, width, height);
+  OGLTexture* texture = NewTexture(handle, textureGeneration);
+  return CanMakeTextures(*this) && texture->Load(format, width, height);
 }
 
 unsigned long IOpenGL::NextTextureGeneration() {

@@ -7,9 +7,12 @@ namespace Kelo {
 
 // currentMode and displayId stay unset until Init and InitDevice fill them.
 IOpenGL::IOpenGL()
-    : desktopMode(), currentShape(0), shaderFlags(), program(0), viewMatrix{1, 0, 0, 0, 0, 1,
-                                                                            0, 0, 0, 0, 1, 0,
-                                                                            0, 0, 0, 1} {}
+    : desktopMode(),
+      currentShape(0),
+      shaderFlags(),
+      program(0),
+      viewMatrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1},
+      context(nullptr) {}
 
 // Releases nothing: the host calls ReleaseDevice first. Only the device's
 // window-event handlers go, since the platform would otherwise hand them a

@@ -90,10 +90,19 @@ public:
   // Switches the device's display, through `window`, back to its desktop;
   // false, logged and with the display given back, on failure.
   bool ReturnToDesktop(void* window);
-  // A new context sharing objects with the current one, for rendering into
-  // `window` or full screen on the device's display through it; null on failure.
+  // A new context sharing objects with the device's own (see ShareContext),
+  // for rendering into `window` or full screen on the device's display
+  // through it; null on failure.
   void* InitGLWindowedCtx(void* window, const DisplayMode& mode);
   void* InitGLFullscreenCtx(void* window, const DisplayMode& mode);
+  // The context a new one of the device's shares objects with: its own, else
+  // one that another device made (and holds, or left behind), else none. So
+  // every context the devices made is of one share group, where the
+  // process-wide storage lives.
+  void* ShareContext() const;
+  // Whether the device's own context is current: the device's objects live in
+  // its share group, so they are made only there.
+  bool OwnContextCurrent() const;
   // Follows the size of the host's window; `userData` is the device. Always
   // answers kEventNotHandled.
   static int windowEventHandler(const WindowEvent& event, void* userData);
@@ -113,6 +122,9 @@ public:
   unsigned int displayId;
   // The host's window the device made full screen, while it is.
   void* fullScreenWindow = nullptr;
+  // The context the device made and holds: null until a SetDisplayMode
+  // succeeds, and again after ReleaseDevice. Never a context of the host's.
+  void* context;
   // Textures go with the device's context. Each is made in a generation of
   // the device's textures, unique in the process and replaced when the
   // device lets go of its context: a texture of an older one names nothing,

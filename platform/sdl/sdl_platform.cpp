@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -107,43 +108,34 @@ public:
   Switching& operator=(const Switching&) = delete;
 };
 
-// An attribute list as SDL GL attributes.
-struct PixelFormat {
-  std::vector<std::pair<SDL_GLattr, int>> settings;
-};
+// SDL fixes a window's framebuffer when the host makes the window, and keeps
+// whatever is asked for it for the host's later windows: a format only
+// records that SDL can serve the request, and asks SDL for nothing.
+struct PixelFormat {};
 
-// Tokens followed by a value, and the SDL attribute each value goes to.
-constexpr std::pair<int, SDL_GLattr> kValuedAttributes[] = {
-    {AGL_DEPTH_SIZE, SDL_GL_DEPTH_SIZE},
-    {AGL_STENCIL_SIZE, SDL_GL_STENCIL_SIZE},
-    {AGL_SAMPLE_BUFFERS_ARB, SDL_GL_MULTISAMPLEBUFFERS},
-    {AGL_SAMPLES_ARB, SDL_GL_MULTISAMPLESAMPLES},
-    {AGL_PIXEL_SIZE, SDL_GL_BUFFER_SIZE},
-};
+// Tokens followed by a value.
+constexpr int kValuedAttributes[] = {AGL_DEPTH_SIZE, AGL_STENCIL_SIZE, AGL_SAMPLE_BUFFERS_ARB,
+                                     AGL_SAMPLES_ARB, AGL_PIXEL_SIZE};
 
 // False for a token SDL cannot honour. SDL's formats are all RGBA and know no
 // software fall-back to refuse; the drawable kind and the multisampling
 // preference need no attribute of their own.
-bool Translate(const int*& token, PixelFormat& format) {
+bool Accepts(const int*& token) {
   switch (*token) {
     case AGL_RGBA:
     case AGL_NO_RECOVERY:
     case AGL_MULTISAMPLE:
     case AGL_WINDOW:
     case AGL_FULLSCREEN:
-      return true;
     case AGL_DOUBLEBUFFER:
-      format.settings.emplace_back(SDL_GL_DOUBLEBUFFER, 1);
-      return true;
     case AGL_ACCELERATED:
-      format.settings.emplace_back(SDL_GL_ACCELERATED_VISUAL, 1);
       return true;
     case AGL_LEVEL:
       return *++token == 0;  // SDL draws on the main plane only
   }
-  for (const auto& [name, attribute] : kValuedAttributes) {
-    if (*token == name) {
-      format.settings.emplace_back(attribute, *++token);
+  for (int valued : kValuedAttributes) {
+    if (*token == valued) {
+      ++token;
       return true;
     }
   }
@@ -164,6 +156,9 @@ ContextSettings DeviceContextKind(bool sharing) {
 }
 
 // Makes a context with `settings`, then puts the host's values of them back.
+// SDL answers these from what was asked of it; the framebuffer sizes it
+// would read from the current context instead, so those could not be put
+// back, which is why the device asks for none.
 SDL_GLContext CreateContextWith(SDL_Window* window, const ContextSettings& settings) {
   ContextSettings hosts;
   for (const auto& [attribute, value] : settings) {
@@ -289,33 +284,39 @@ void* SdlPlatform::ChoosePixelFormat(const int* device, const int* attributes) {
   if (device && (!EnsureVideo() || *device < 0 || *device >= SDL_GetNumVideoDisplays())) {
     return nullptr;
   }
-  auto* format = new PixelFormat;
   for (const int* token = attributes; *token != AGL_NONE; ++token) {
-    if (!Translate(token, *format)) {
-      delete format;
-      return nullptr;
-    }
+    if (!Accepts(token)) return nullptr;
   }
-  return format;
+  return new PixelFormat;
 }
 
 void SdlPlatform::DestroyPixelFormat(void* format) { delete static_cast<PixelFormat*>(format); }
 
-// The framebuffer attributes stay set afterwards, so a window the host
-// creates later gets the framebuffer the device asked for; the context's kind
-// and sharing are put back.
-void* SdlPlatform::CreateContext(void* format, void* window, void* share) {
+// SDL shares a new context's objects only with the one it holds current, so
+// `share` is made current first: on its own window while that lives, else on
+// the new context's. Under the offscreen driver a context takes only a window
+// of its own configuration; where EGL offers contexts without a surface
+// (Mesa does from OpenGL 3 on, not under a 1.5 version override) SDL also
+// takes one without a window, holding it as current for sharing. Destroying
+// the last OpenGL window under that driver unloads the GL library, and every
+// context with it: each context holds the library until it is destroyed.
+void* SdlPlatform::CreateContext(void*, void* window, void* share) {
   SDL_Window* target = LiveWindow(window);
+  ContextState* shared = share ? Known(share) : nullptr;
+  if (!target || (share && !shared)) return nullptr;
   SDL_GLContext previous = SDL_GL_GetCurrentContext();
-  if (!target || (share && share != previous)) return nullptr;
-  for (const auto& [attribute, value] : static_cast<PixelFormat*>(format)->settings) {
-    SDL_GL_SetAttribute(attribute, value);
-  }
   SDL_Window* previousWindow = SDL_GL_GetCurrentWindow();
+  if (shared && !MakeCurrentOn(LiveWindow(shared->window), share, *shared) &&
+      !MakeCurrentOn(target, share, *shared) && SDL_GL_MakeCurrent(nullptr, share) != 0) {
+    return nullptr;
+  }
   SDL_GLContext context = CreateContextWith(target, DeviceContextKind(share != nullptr));
   // SDL makes a new context current at once; the device decides when.
   SDL_GL_MakeCurrent(previousWindow, previous);
-  if (context) contexts[context].window = target;
+  if (!context) return nullptr;
+  ContextState& state = contexts[context];
+  state.window = target;
+  state.holdsLibrary = SDL_GL_LoadLibrary(nullptr) == 0;
   return context;
 }
 
@@ -381,26 +382,60 @@ void SdlPlatform::SetSwapInterval(void* context, int interval) {
   }
 }
 
-bool SdlPlatform::MakeCurrent(void* context) {
-  if (!context) return SDL_GL_MakeCurrent(nullptr, nullptr) == 0;
-  ContextState* state = Known(context);
-  if (!state) return false;
-  SDL_Window* window = LiveWindow(state->window);
+bool SdlPlatform::MakeCurrentOn(SDL_Window* window, void* context, ContextState& state) {
   if (!window || SDL_GL_MakeCurrent(window, context) != 0) return false;
-  if (state->swapInterval) {
-    SDL_GL_SetSwapInterval(*state->swapInterval);
-    state->swapInterval.reset();
+  if (state.swapInterval) {
+    SDL_GL_SetSwapInterval(*state.swapInterval);
+    state.swapInterval.reset();
   }
   return true;
 }
 
+// SDL makes a context current only on a window. The stand-in is made with the
+// host's attributes as they are now; under the offscreen driver a context
+// takes only a window of its own configuration, so a host that changed them
+// since its window was made finds the stand-in refused.
+bool SdlPlatform::MakeCurrent(void* context) {
+  if (!context) return SDL_GL_MakeCurrent(nullptr, nullptr) == 0;
+  ContextState* state = Known(context);
+  if (!state) return false;
+  if (SDL_Window* window = LiveWindow(state->window)) return MakeCurrentOn(window, context, *state);
+  if (!state->standIn) {
+    state->standIn = SDL_CreateWindow("", 0, 0, 1, 1, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
+  }
+  return MakeCurrentOn(state->standIn, context, *state);
+}
+
+Platform::Binding SdlPlatform::CurrentBinding() {
+  return {SDL_GL_GetCurrentContext(), SDL_GL_GetCurrentWindow()};
+}
+
+bool SdlPlatform::RestoreBinding(const Binding& binding) {
+  SDL_Window* window = binding.context ? LiveWindow(binding.window) : nullptr;
+  if (window && SDL_GL_MakeCurrent(window, binding.context) == 0) return true;
+  SDL_GL_MakeCurrent(nullptr, nullptr);
+  return !binding.context;
+}
+
 void SdlPlatform::DestroyContext(void* context) {
-  if (!context) return;
+  const auto found = contexts.find(context);
+  if (found == contexts.end()) return;
   SDL_GL_DeleteContext(context);
-  contexts.erase(context);
+  if (found->second.standIn) SDL_DestroyWindow(found->second.standIn);
+  if (found->second.holdsLibrary) SDL_GL_UnloadLibrary();
+  contexts.erase(found);
 }
 
 bool SdlPlatform::OwnsContext(void* context) { return contexts.count(context) != 0; }
+
+// One whose window lives first: a context takes that window whatever its
+// configuration.
+void* SdlPlatform::AnyContext() {
+  for (auto& [context, state] : contexts) {
+    if (LiveWindow(state.window)) return context;
+  }
+  return contexts.empty() ? nullptr : contexts.begin()->first;
+}
 
 const char* SdlPlatform::LastError() { return SDL_GetError(); }
 
@@ -415,27 +450,53 @@ bool SdlPlatform::WindowContentSize(void* window, int& width, int& height) {
 
 void SdlPlatform::InstallWindowEventHandler(void* window, const unsigned* kinds, int count,
                                             WindowEventHandler handler, void* user) {
+  RemoveWatchesOfGoneWindows();
   SDL_Window* target = LiveWindow(window);
   if (!target) return;
-  watches.push_back({SDL_GetWindowID(target), {kinds, kinds + count}, handler, user});
+  watches.push_back({this, SDL_GetWindowID(target), {kinds, kinds + count}, handler, user});
   SDL_AddEventWatch(&DeliverWindowEvent, &watches.back());
+}
+
+// SDL 2.26 lets a watch be removed while it is being called: it is marked
+// and never called again.
+void SdlPlatform::RemoveWatch(std::list<Watch>::iterator watch) {
+  SDL_DelEventWatch(&DeliverWindowEvent, &*watch);
+  watches.erase(watch);
+}
+
+// SDL 2.26 sends no event when a window is destroyed; ids are never reused,
+// so a watch whose id finds no window has lost its window for good.
+void SdlPlatform::RemoveWatchesOfGoneWindows() {
+  for (auto watch = watches.begin(); watch != watches.end();) {
+    const auto next = std::next(watch);
+    if (!SDL_GetWindowFromID(watch->windowId)) RemoveWatch(watch);
+    watch = next;
+  }
 }
 
 void SdlPlatform::RemoveWindowEventHandlers(void* user) {
   for (auto watch = watches.begin(); watch != watches.end();) {
-    if (watch->user == user) {
-      SDL_DelEventWatch(&DeliverWindowEvent, &*watch);
-      watch = watches.erase(watch);
-    } else {
-      ++watch;
-    }
+    const auto next = std::next(watch);
+    if (watch->user == user) RemoveWatch(watch);
+    watch = next;
   }
 }
 
 // SDL tells size changes and moves apart; both are bounds changes here. SDL
-// has no event for bounds that are still changing.
+// has no event for bounds that are still changing. The first event after a
+// watch's window is gone removes the watch.
 int SdlPlatform::DeliverWindowEvent(void* data, SDL_Event* event) {
-  const Watch& watch = *static_cast<const Watch*>(data);
+  Watch& watch = *static_cast<Watch*>(data);
+  if (!SDL_GetWindowFromID(watch.windowId)) {
+    SdlPlatform& platform = *watch.platform;
+    for (auto found = platform.watches.begin(); found != platform.watches.end(); ++found) {
+      if (&*found == &watch) {
+        platform.RemoveWatch(found);
+        break;
+      }
+    }
+    return 0;
+  }
   if (switchUnderway) return 0;
   if (event->type != SDL_WINDOWEVENT || event->window.windowID != watch.windowId) return 0;
   WindowEvent delivered;

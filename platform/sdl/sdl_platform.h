@@ -49,8 +49,11 @@ public:
   bool LeaveFullScreen(void* window) override;
   void SetSwapInterval(void* context, int interval) override;
   bool MakeCurrent(void* context) override;
+  Binding CurrentBinding() override;
+  bool RestoreBinding(const Binding& binding) override;
   void DestroyContext(void* context) override;
   bool OwnsContext(void* context) override;
+  void* AnyContext() override;
   const char* LastError() override;
 
   bool IsValidWindow(void* window) override;
@@ -59,20 +62,24 @@ public:
                                  WindowEventHandler handler, void* user) override;
   void RemoveWindowEventHandlers(void* user) override;
 
-  // What is held of SDL now: contexts made here and not destroyed, and
-  // installed window-event handlers. Tests check that nothing is left over.
-  size_t ContextCount() const { return contexts.size(); }
-  size_t HandlerCount() const { return watches.size(); }
+  // What is held of SDL now: contexts made here and not destroyed yet, and the
+  // window-event handlers installed and not removed yet.
+  std::size_t ContextCount() const { return contexts.size(); }
+  std::size_t WindowEventHandlerCount() const { return watches.size(); }
 
 private:
   // What SDL does not keep for a context made here: the window it draws on,
-  // and a swap interval waiting for the context to become current (SDL sets
-  // intervals on the current context only).
+  // a swap interval waiting for the context to become current (SDL sets
+  // intervals on the current context only), the hidden window it is made
+  // current on once its own is gone, and whether it holds the GL library.
   struct ContextState {
     SDL_Window* window = nullptr;
     std::optional<int> swapInterval;
+    SDL_Window* standIn = nullptr;
+    bool holdsLibrary = false;
   };
   struct Watch {
+    SdlPlatform* platform;
     Uint32 windowId;
     std::vector<unsigned> kinds;
     WindowEventHandler handler;
@@ -81,6 +88,9 @@ private:
   static int DeliverWindowEvent(void* watch, SDL_Event* event);
   ContextState* Known(void* context);
   SDL_Window* LiveWindow(void* handle);
+  bool MakeCurrentOn(SDL_Window* window, void* context, ContextState& state);
+  void RemoveWatch(std::list<Watch>::iterator watch);
+  void RemoveWatchesOfGoneWindows();
 
   std::map<void*, ContextState> contexts;
   std::set<unsigned> captured;

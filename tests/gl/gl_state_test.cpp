@@ -9,9 +9,8 @@ using Support::State;
 using Floats = std::vector<GLfloat>;
 using GLStateTest = Support::DeviceTest;
 
-// The world transform replaces the last one; the view transform is only recorded. The
-// viewport and scissor box take the top-left rectangle flipped against the mode's height.
-TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
+// The view transform is only recorded.
+TEST_F(GLStateTest, TheWorldTransformReplacesTheLastAndTheViewTransformIsOnlyRecorded) {
   const std::tuple<Matrix, std::vector<float>, int, int, int, int> cases[] = {
       {{{1, 0, 0, 0, 1, 0}}, {-32, -32, -28, -28}, 1, 1, 62, 1},
       {{{1, 0, 5, 0, 1, 7}}, {0, 0, 2, 2}, 37, 39, 32, 32},
@@ -27,7 +26,10 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   }
   EXPECT_EQ(Floats(device.viewMatrix, device.viewMatrix + 16),
             (Floats{2, 5, 0, 0, 3, 6, 0, 0, 0, 0, 1, 0, 4, 7, 0, 1}));
-  // Again once the host changed the state; the camera follows the stored mode.
+}
+
+// The viewport takes the size passed in; the camera follows the stored mode.
+TEST_F(GLStateTest, StartUpSetsTheFixedStateWhateverTheHostLeft) {
   for (GLenum on : {GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_DEPTH_TEST}) glEnable(on);
   glDisable(GL_MULTISAMPLE);
   glShadeModel(GL_FLAT);
@@ -49,12 +51,17 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
                             GL_ONE_MINUS_SRC_ALPHA, GL_NICEST, GL_NICEST, GL_NICEST, GL_NICEST,
                             GL_MODELVIEW, 1}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{0, 0, 32, 16}));
+}
+
+// Top-left rectangles, flipped against the height of the mode in use.
+TEST_F(GLStateTest, TheViewportAndScissorBoxAreFlippedAgainstTheModesHeight) {
   device.currentMode.height = 80;
   EXPECT_TRUE(device.SetViewport({10, 20, 30, 50}));
   EXPECT_EQ(State(GL_VIEWPORT, 4), (Floats{10, 10, 30, 50}));
   EXPECT_EQ(State(GL_SCISSOR_BOX, 4), (Floats{10, 10, 30, 50}));
-  // The colour path and storage the entry expects. On the GLSL paths the released program stays in
-  // use: GL only marks it.
+}
+
+TEST_F(GLStateTest, StartUpLogsTheColourPathAndStorageTheEntryExpects) {
   const auto path = Support::ExpectedColorPath();
   if (path == Support::ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
   const char* const lines[] = {"[kelo-opengl] will use OpenGL 2.0 [GL_ARB_vertex_shader] shader.\n",
@@ -65,6 +72,12 @@ TEST_F(GLStateTest, StartsUpOnTheExpectedColourPathAndPlacesWhatIsDrawn) {
   EXPECT_EQ(log.Lines().at(1), Support::ExpectedStorage() == "ram"
                                    ? "[kelo-opengl] Will use vertex arrays "
                                    : "[kelo-opengl] Will use [GL_ARB_vertex_buffer_object]\n");
+}
+
+// On the GLSL paths the released program stays in use: GL only marks it.
+TEST_F(GLStateTest, ReleaseDeletesTheLastColourProgram) {
+  const auto path = Support::ExpectedColorPath();
+  if (path == Support::ColorPath::Unknown) GTEST_SKIP() << "KELO_EXPECT_COLOR_PATH is not set";
   device.ReleaseGL();
   GLint deleted = path == Support::ColorPath::ARBProgram && !gl::IsProgramARB(device.program);
   if (path < Support::ColorPath::ARBProgram) {

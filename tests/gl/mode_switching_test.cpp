@@ -97,6 +97,14 @@ TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOl
   }
 }
 
+// The host's context is another share group; the device's first context shares with none.
+TEST_F(ModeSwitchingTest, AContextOfTheHostsIsNeitherSharedWithNorReplaced) {
+  void* host = platform.MakeHostContextCurrent(&window);
+  ASSERT_TRUE(Set(kWin));
+  EXPECT_EQ(ScriptedPlatform::Made(platform.context).share, nullptr);
+  EXPECT_FALSE(ScriptedPlatform::Made(host).destroyed);
+}
+
 // A display taken beforehand shows whether a failure gives it back; no refusal: a dead window.
 TEST_F(ModeSwitchingTest, EveryFailureSaysWhyAndKeepsTheOldContextCurrent) {
   const std::string kNoFormat = "[kelo-agl] no valid PixelFormat found.\n",

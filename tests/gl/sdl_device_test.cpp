@@ -1,4 +1,9 @@
+#include <GL/gl.h>
+#include <GL/glext.h>
+
 #include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +25,16 @@ const Point kWholeWindow[] = {{-kSize, -kSize}, {kSize, -kSize}, {-kSize, kSize}
 
 bool Windowed(IOpenGL& device, SDL_Window* window) {
   return device.SetDisplayMode(window, {kSize, kSize, 32, true, 60}, false);
+}
+
+SDL_Window* NewWindow() { return SDL_CreateWindow("kelo", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL); }
+
+::testing::AssertionResult Drawn(IOpenGL& device, unsigned long shape, Support::Rgba colour) {
+  device.SetColor(WHITE, 1.0f);
+  device.Clear(BLACK);
+  device.SelectShape(shape);
+  device.DrawShape();
+  return Support::PixelNear(kSize / 2, kSize / 2, colour, 0);
 }
 
 class SdlDeviceTest : public ::testing::Test {
@@ -59,8 +74,9 @@ protected:
   Support::LogCapture log;
 };
 
-// A destroyed device's watch, a move and a released device start nothing; a resize starts OpenGL
-// at the new size once per SetDisplayMode, clearing start-up's errors but keeping the host's.
+// A released and destroyed device's watch, a move and a released device start nothing; a resize
+// starts OpenGL at the new size once per SetDisplayMode, clearing start-up's errors but keeping the
+// host's.
 TEST_F(SdlDeviceTest, KeepsObjectsAndTheHostsStateAcrossModesAndResizes) {
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
@@ -69,6 +85,7 @@ TEST_F(SdlDeviceTest, KeepsObjectsAndTheHostsStateAcrossModesAndResizes) {
   ASSERT_TRUE(gone->Init());
   gone->displayId = 1;
   ASSERT_TRUE(Windowed(*gone, window));
+  gone->ReleaseDevice(0);
   delete gone;
   ASSERT_TRUE(Windowed(device, window)) << SDL_GetError();
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
@@ -182,9 +199,8 @@ TEST_F(SdlDeviceTest, AnswersForTheDisplaysSDLHasAndMakesContextsAsAsked) {
     EXPECT_EQ(format != nullptr, index >= 0 && index < static_cast<int>(count)) << index;
     seam.DestroyPixelFormat(format);
   }
-  // The device takes a window id past 65536 (slow to reach under X); its framebuffer attributes
-  // stay for the host's later windows. The seam shares only with the current context.
-  SDL_GL_ResetAttributes();
+  // The device takes a window id past 65536 (slow to reach under X). The seam shares only with a
+  // context made there, and leaves current what was.
   ASSERT_TRUE(Windowed(device, window)) << "the device has seen the ids below";
   for (Uint32 id = 0; id <= 65536 && SDL_GetCurrentVideoDriver() == std::string("offscreen");) {
     SDL_Window* hidden = SDL_CreateWindow("id", 0, 0, 1, 1, SDL_WINDOW_HIDDEN);
@@ -194,25 +210,179 @@ TEST_F(SdlDeviceTest, AnswersForTheDisplaysSDLHasAndMakesContextsAsAsked) {
   SDL_Window* later = SDL_CreateWindow("later", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL);
   ASSERT_TRUE(Windowed(device, later)) << "id " << SDL_GetWindowID(later);
   SDL_GLContext host = SDL_GL_CreateContext(later);
-  GLint stencil = 0, samples = 0, accelerated = 0;
-  glGetIntegerv(GL_STENCIL_BITS, &stencil);
-  glGetIntegerv(GL_SAMPLES, &samples);
-  SDL_GL_GetAttribute(SDL_GL_ACCELERATED_VISUAL, &accelerated);
-  EXPECT_TRUE(stencil > 0 && samples > 0 && accelerated == 1) << stencil << " " << samples;
   void* format = seam.ChoosePixelFormat(nullptr, attributes);
-  EXPECT_EQ(seam.CreateContext(format, later, &seam), nullptr) << "shares only the current";
-  void* context = seam.CreateContext(format, later, host);
+  EXPECT_EQ(seam.CreateContext(format, later, host), nullptr) << "shares only with its own";
+  void* context = seam.CreateContext(format, later, nullptr);
+  void* sharing = context ? seam.CreateContext(format, later, context) : nullptr;
   seam.DestroyPixelFormat(format);
-  ASSERT_NE(context, nullptr) << SDL_GetError();
+  ASSERT_TRUE(context && sharing) << SDL_GetError();
   EXPECT_EQ(SDL_GL_GetCurrentContext(), host);
   EXPECT_TRUE(seam.MakeCurrent(context) && SDL_GL_GetCurrentContext() == context);
   EXPECT_TRUE(seam.MakeCurrent(nullptr) && SDL_GL_GetCurrentContext() == nullptr);
   EXPECT_FALSE(seam.MakeCurrent(host));
   EXPECT_STREQ(seam.LastError(), "not a context of this plug-in");
+  seam.DestroyContext(sharing);
   seam.DestroyContext(context);
   SDL_GL_DeleteContext(host);
   device.ReleaseDevice(0);
   SDL_DestroyWindow(later);
+}
+
+// Games re-create their window to change resolution; SDL leaves nothing current once it is gone.
+TEST_F(SdlDeviceTest, AWindowMadeAnewKeepsTheObjectsMadeBeforeAndReplacesTheOldContext) {
+  ASSERT_TRUE(Windowed(device, window));
+  unsigned long shape = 0, texture = 0, later = 0;
+  ASSERT_TRUE(device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1, kWholeWindow, nullptr));
+  ASSERT_TRUE(device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2));
+  void* first = SDL_GL_GetCurrentContext();
+  SDL_DestroyWindow(window);
+  window = NewWindow();
+  ASSERT_TRUE(Windowed(device, window));
+  EXPECT_FALSE(CurrentPlatform().OwnsContext(first));
+  EXPECT_TRUE(Drawn(device, shape, {255, 255, 255, 255}));
+  EXPECT_EQ(device.GetWidthTexture(texture), 2);
+  ASSERT_TRUE(device.CreateShape(later, SHAPE_TRIANGLE_STRIP, 4, RED, 1, kWholeWindow, nullptr));
+  EXPECT_TRUE(Drawn(device, later, {255, 0, 0, 255}));
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  device.ReleaseShape(shape);
+  device.ReleaseShape(later);
+  device.ReleaseTexture(texture);
+}
+
+TEST_F(SdlDeviceTest, ReleaseDeviceDestroysItsContextAfterItsWindowIsGone) {
+  for (int i = 0; i < 20; ++i) {
+    SDL_Window* made = NewWindow();
+    ASSERT_TRUE(Windowed(device, made));
+    void* context = SDL_GL_GetCurrentContext();
+    SDL_DestroyWindow(made);
+    ASSERT_TRUE(device.ReleaseDevice(0));
+    EXPECT_FALSE(CurrentPlatform().OwnsContext(context)) << "window " << i;
+  }
+}
+
+// The host's own context shares nothing with the device's, so its first buffer names are those
+// of the device's storage too.
+TEST_F(SdlDeviceTest, ReleaseDeviceLeavesTheHostsContextCurrentWithItsObjects) {
+  ASSERT_TRUE(Windowed(device, window));
+  void* own = SDL_GL_GetCurrentContext();
+  SDL_GLContext host = SDL_GL_CreateContext(window);
+  ASSERT_NE(host, nullptr) << SDL_GetError();
+  const auto genBuffers =
+      reinterpret_cast<PFNGLGENBUFFERSPROC>(SDL_GL_GetProcAddress("glGenBuffers"));
+  const auto isBuffer = reinterpret_cast<PFNGLISBUFFERPROC>(SDL_GL_GetProcAddress("glIsBuffer"));
+  const auto bindBuffer =
+      reinterpret_cast<PFNGLBINDBUFFERPROC>(SDL_GL_GetProcAddress("glBindBuffer"));
+  GLuint buffers[8] = {};
+  genBuffers(8, buffers);
+  for (GLuint buffer : buffers) bindBuffer(GL_ARRAY_BUFFER, buffer);
+  device.ReleaseDevice(0);
+  ASSERT_EQ(SDL_GL_GetCurrentContext(), host);
+  EXPECT_FALSE(CurrentPlatform().OwnsContext(own));
+  for (GLuint buffer : buffers) EXPECT_TRUE(isBuffer(buffer)) << "buffer " << buffer;
+  SDL_GL_DeleteContext(host);
+}
+
+// Kept handles meet the storage that replaced theirs: a shape of the same size lies where theirs
+// lay. They draw and clip nothing, and their release gives nothing of it back.
+TEST_F(SdlDeviceTest, AShapeKeptPastItsStorageIsSkipped) {
+  IOpenGL other;
+  ASSERT_TRUE(other.Init());
+  other.displayId = 1;
+  for (bool byAnother : {false, true}) {
+    SCOPED_TRACE(byAnother ? "another device's ReleaseDevice" : "ReleaseDevice");
+    unsigned long kept = 0, later = 0, next = 0;
+    ASSERT_TRUE(Windowed(device, window));
+    ASSERT_TRUE(device.CreateShape(kept, SHAPE_TRIANGLE_STRIP, 4, RED, 1, kWholeWindow, nullptr));
+    ASSERT_TRUE(!byAnother || Windowed(other, window));
+    (byAnother ? other : device).ReleaseDevice(0);
+    ASSERT_TRUE(Windowed(device, window));
+    ASSERT_TRUE(device.CreateShape(later, SHAPE_TRIANGLE_STRIP, 4, BLUE, 1, kWholeWindow, nullptr));
+    EXPECT_TRUE(Drawn(device, kept, {0, 0, 0, 255}));
+    device.ClipShape();
+    EXPECT_FALSE(glIsEnabled(GL_STENCIL_TEST));
+    EXPECT_PIXEL_NEAR(kSize / 2, kSize / 2, (Support::Rgba{0, 0, 0, 255}), 0);
+    EXPECT_TRUE(device.ReleaseShape(kept));
+    ASSERT_TRUE(device.CreateShape(next, SHAPE_TRIANGLE_STRIP, 4, LIME, 1, kWholeWindow, nullptr));
+    EXPECT_TRUE(Drawn(device, later, {0, 0, 255, 255}));
+    device.ReleaseShape(later);
+    device.ReleaseShape(next);
+  }
+}
+
+// SDL sends nothing when a window is destroyed: its handler goes at the next install or event.
+TEST_F(SdlDeviceTest, WindowEventHandlersGoWithTheirWindows) {
+  auto& sdl = dynamic_cast<SdlPlatform&>(CurrentPlatform());
+  SDL_Event event{};
+  event.type = SDL_USEREVENT;
+  const auto anEvent = [&] {
+    SDL_PushEvent(&event);
+    SDL_FlushEvent(SDL_USEREVENT);
+  };
+  anEvent();
+  const std::size_t before = sdl.WindowEventHandlerCount();
+  for (int i = 0; i < 20; ++i) {
+    SDL_Window* made = NewWindow();
+    ASSERT_TRUE(Windowed(device, made));
+    EXPECT_EQ(sdl.WindowEventHandlerCount(), before + 1) << "window " << i;
+    SDL_DestroyWindow(made);
+  }
+  anEvent();
+  EXPECT_EQ(sdl.WindowEventHandlerCount(), before);
+}
+
+// SDL keeps what it is asked for the host's next windows. Stencil bits are read from GL: SDL
+// would ask the framebuffer's attachment, which a compatibility context refuses.
+TEST_F(SdlDeviceTest, TheHostsNextWindowGetsTheFramebufferTheHostAskedFor) {
+  const auto framebuffer = [] {
+    std::vector<int> values(4);
+    SDL_GL_GetAttribute(SDL_GL_DEPTH_SIZE, &values[0]);
+    glGetIntegerv(GL_STENCIL_BITS, &values[1]);
+    SDL_GL_GetAttribute(SDL_GL_MULTISAMPLEBUFFERS, &values[2]);
+    SDL_GL_GetAttribute(SDL_GL_MULTISAMPLESAMPLES, &values[3]);
+    return values;
+  };
+  SDL_GL_ResetAttributes();
+  SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
+  SDL_Window* first = NewWindow();
+  ASSERT_TRUE(Windowed(device, first));
+  const std::vector<int> asked = framebuffer();
+  SDL_Window* next = NewWindow();
+  ASSERT_NE(next, nullptr) << SDL_GetError();
+  SDL_GLContext host = SDL_GL_CreateContext(next);
+  ASSERT_NE(host, nullptr) << SDL_GetError();
+  EXPECT_EQ(framebuffer(), asked);
+  SDL_GL_DeleteContext(host);
+  device.ReleaseDevice(0);
+  SDL_DestroyWindow(next);
+  SDL_DestroyWindow(first);
+}
+
+// A shape and a texture made on the only window, used on the one made after it.
+bool KeepsObjectsOnAWindowMadeAfterTheOnlyOne() {
+  if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
+  Support::RequestDeviceFramebuffer();
+  IOpenGL device;
+  device.Init();
+  device.displayId = 1;
+  unsigned long shape = 0, texture = 0;
+  SDL_Window* window = NewWindow();
+  if (!Windowed(device, window) ||
+      !device.CreateShape(shape, SHAPE_TRIANGLE_STRIP, 4, WHITE, 1, kWholeWindow, nullptr) ||
+      !device.CreateTexture(texture, IMAGE_RGBA8888, Support::kCheckerTexels, 2, 2)) {
+    return false;
+  }
+  SDL_DestroyWindow(window);
+  window = NewWindow();
+  return Windowed(device, window) && Drawn(device, shape, {255, 255, 255, 255}) &&
+         device.GetWidthTexture(texture) == 2;
+}
+
+// Under the offscreen driver, destroying the last OpenGL window unloads the GL library, and every
+// context with it, unless something else holds it: here nothing does, in a process of its own.
+TEST(SdlDeviceAloneTest, HoldsTheGLLibraryWhileItHasAContext) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::_Exit(KeepsObjectsOnAWindowMadeAfterTheOnlyOne() ? 0 : 1),
+              ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

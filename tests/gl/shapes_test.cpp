@@ -1,4 +1,7 @@
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -188,6 +191,43 @@ TEST_F(ShapesTest, TheNextStoredDrawSeesWhatChangedSinceTheLast) {
     for (const Point& p : places) EXPECT_PIXEL_NEAR(p.x + 44, p.y + 44, (Rgba{0, 0, 255, 255}), 0);
   }
   device.EndTextureBatch();
+}
+
+// Client-memory buffers are separate allocations, which may lie anywhere. Here the first two lie
+// 2^32 vertices apart (of either layout), where an index taken across them wraps to the first
+// buffer's first vertex; each shape still draws its own, the one in the second buffer last.
+TEST_F(ShapesTest, ShapesInTwoClientMemoryBuffersEachDrawTheirOwnVertices) {
+  if (VRAMManager->init != &ram_init) GTEST_SKIP() << "client-memory storage only";
+  const unsigned long left = Store(Band(-32, 0), RED);
+  const unsigned long filler =
+      (kVertexBufferSize - 4 * sizeof(ColouredVertex)) / sizeof(ColouredVertex);
+  Store(Points(filler, {0, 0}), BLACK, 1.0f, {}, SHAPE_LINES);
+  const unsigned long right = Store(Band(0), BLUE);
+  ASSERT_EQ(reinterpret_cast<IOpenGLShape*>(right)->block->data.buffer, 1u);
+  const std::uintptr_t kApart = std::uintptr_t{24} << 32;
+  void* moved[2] = {};
+  for (std::uintptr_t base = std::uintptr_t{1} << 45; !moved[1] && base < std::uintptr_t{1} << 46;
+       base += kApart * 2) {
+    for (int i = 0; i < 2; ++i) {
+      moved[i] =
+          mmap(reinterpret_cast<void*>(base + i * kApart), kVertexBufferSize,
+               PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+      if (moved[i] == MAP_FAILED) moved[i] = nullptr;
+    }
+    if (!moved[1] && moved[0]) munmap(moved[0], kVertexBufferSize);
+  }
+  ASSERT_TRUE(moved[0] && moved[1]) << "no room for two buffers that far apart";
+  void* const kept[2] = {RAM[0], RAM[1]};
+  for (int i = 0; i < 2; ++i) RAM[i] = std::memcpy(moved[i], kept[i], kVertexBufferSize);
+  device.Clear(BLACK);
+  Draw({left, right});
+  EXPECT_PIXEL_NEAR(16, 32, (Rgba{255, 0, 0, 255}), 0);
+  EXPECT_PIXEL_NEAR(48, 32, (Rgba{0, 0, 255, 255}), 0);
+  for (int i = 0; i < 2; ++i) {
+    RAM[i] = kept[i];
+    munmap(moved[i], kVertexBufferSize);
+  }
+  Draw({left});
 }
 
 }  // namespace

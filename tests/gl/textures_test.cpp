@@ -1,6 +1,8 @@
 #include <fstream>
+#include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "kelo/colors.h"
@@ -93,6 +95,39 @@ TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly)
   for (const char* name : {"missing.png", "corrupt.png"})
     EXPECT_FALSE(device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str()) ||
                  device.CreateTexture(textures.emplace_back(), folder.Path(name).c_str(), BLACK));
+}
+
+// A device that has no context of its own yet (or no more) makes no texture: not with no context
+// current, where the texture library would crash, nor in the host's context, which is another
+// share group. Each create fails as without a context: false, the handle set, no texture name.
+TEST_F(TexturesTest, NoTextureIsMadeWithoutTheDevicesOwnContext) {
+  const std::string path =
+      Support::WriteImage(folder, "any.png", kPng, 2, 2, 4, Support::Gradient(2, 2, 4));
+  using Create = std::function<bool(IOpenGL&, unsigned long&)>;
+  const std::pair<const char*, Create> creates[] = {
+      {"pixels",
+       [](IOpenGL& d, unsigned long& h) {
+         return d.CreateTexture(h, IMAGE_RGBA8888, kPixels, 2, 2);
+       }},
+      {"font", [](IOpenGL& d,
+                  unsigned long& h) { return d.CreateFontTexture(h, IMAGE_L8, kPixels, 4, 4); }},
+      {"file", [&](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, path.c_str()); }},
+      {"keyed file",
+       [&](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, path.c_str(), FUCHSIA); }},
+      {"empty",
+       [](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, IMAGE_RGB888, 4u, 4u); }}};
+  IOpenGL contextless;
+  for (bool hostsCurrent : {true, false}) {
+    if (!hostsCurrent) SDL_GL_MakeCurrent(window, nullptr);
+    for (const auto& [name, create] : creates) {
+      unsigned long handle = 0;
+      EXPECT_FALSE(create(contextless, handle)) << name << (hostsCurrent ? " in the host's" : "");
+      ASSERT_NE(handle, 0u) << name;
+      EXPECT_EQ(reinterpret_cast<OGLTexture*>(handle)->glName, 0u) << name;
+      EXPECT_TRUE(contextless.ReleaseTexture(handle));
+    }
+  }
+  SDL_GL_MakeCurrent(window, context);
 }
 
 }  // namespace

@@ -439,8 +439,8 @@ protected:
     for (const HostWindow& window : model.windows) handlers += static_cast<size_t>(window.handlers);
     Expect(sdl.ContextCount() == (model.hasContext ? 1u : 0u),
            std::to_string(sdl.ContextCount()) + " contexts of the device's");
-    Expect(sdl.HandlerCount() == handlers,
-           std::to_string(sdl.HandlerCount()) + " window-event handlers");
+    Expect(sdl.WindowEventHandlerCount() == handlers,
+           std::to_string(sdl.WindowEventHandlerCount()) + " window-event handlers");
     for (const HostWindow& window : model.windows) {
       const Uint32 want =
           window.window == model.fullScreen ? Uint32{SDL_WINDOW_FULLSCREEN} : window.ownFullScreen;

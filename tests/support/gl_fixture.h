@@ -65,8 +65,11 @@ protected:
 
 class DeviceTest : public GLTest {
 protected:
+  // The suite's context stands for one the device made; the device never
+  // releases it, since only ReleaseDevice would.
   void SetUp() override {
     GLTest::SetUp();
+    device.context = context;
     device.currentMode = {kWidth, kHeight, 32, true, 60};
     device.InitGL(kWidth, kHeight);
     DrainGLErrors();

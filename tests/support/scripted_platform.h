@@ -27,7 +27,7 @@ public:
     std::vector<int> format;  // the attribute list, AGL_NONE left out
     std::optional<int> device, swapInterval;
     void *share = nullptr, *window = nullptr;
-    bool fullScreen = false, destroyed = false;
+    bool fullScreen = false, destroyed = false, hosts = false;
   };
 
   ScriptedPlatform() { SetCurrentPlatform(this); }
@@ -83,7 +83,7 @@ public:
     formats.remove_if([format](const Context& made) { return &made == format; });
   }
   void* CreateContext(void* format, void*, void* share) override {
-    if (!Ok("CreateContext") || share != context) return nullptr;
+    if (!Ok("CreateContext") || (share && !OwnsContext(share))) return nullptr;
     contexts.push_back(Made(format));
     return contexts.back().share = share, &contexts.back();
   }
@@ -102,8 +102,19 @@ public:
         !handle || (Ok("MakeCurrent") && OwnsContext(handle) && Made(handle).window);
     return usable && (context = handle, true);
   }
-  void DestroyContext(void* handle) override { handle && (Made(handle).destroyed = true); }
-  bool OwnsContext(void* handle) override { return handle && !Made(handle).destroyed; }
+  Binding CurrentBinding() override { return {context, nullptr}; }
+  bool RestoreBinding(const Binding& binding) override { return (context = binding.context, true); }
+  void DestroyContext(void* handle) override {
+    OwnsContext(handle) && (Made(handle).destroyed = true);
+  }
+  bool OwnsContext(void* handle) override {
+    return handle && !Made(handle).destroyed && !Made(handle).hosts;
+  }
+  void* AnyContext() override {
+    for (Context& made : contexts)
+      if (OwnsContext(&made)) return &made;
+    return nullptr;
+  }
   const char* LastError() override { return "invalid drawable"; }
   bool IsValidWindow(void* window) override { return windows.count(window) != 0; }
   bool WindowContentSize(void* window, int& width, int& height) override {
@@ -122,9 +133,10 @@ public:
     }
   }
   static Context& Made(void* handle) { return *static_cast<Context*>(handle); }
-  // A context that is current as if the host or an earlier call had made it.
-  void* MakeCurrentContext(void* window) {
+  // A context of the host's, current on `window`.
+  void* MakeHostContextCurrent(void* window) {
     contexts.push_back({});
+    contexts.back().hosts = true;
     return contexts.back().window = window, context = &contexts.back();
   }
 

@@ -174,12 +174,13 @@ TEST(DeviceInit, ReadsTheDesktopModeKeyByKey) {
 }
 
 // InitDevice binds the display the host picked; EndRender presents whatever
-// context is current; ReleaseDevice gives that display back and destroys it.
+// context is current; ReleaseDevice gives that display back and leaves the
+// host's context current.
 TEST(DeviceLifecycle, ReleaseDeviceGivesBackItsDisplay) {
   for (bool taken : {false, true}) {
     ScriptedPlatform platform;
     int window = 0;
-    void* context = taken ? platform.MakeCurrentContext(&window) : nullptr;
+    void* context = taken ? platform.MakeHostContextCurrent(&window) : nullptr;
     IOpenGL device;
     DeviceDescription description{};
     description.displayId = 4;
@@ -192,8 +193,8 @@ TEST(DeviceLifecycle, ReleaseDeviceGivesBackItsDisplay) {
     platform.CaptureDisplay(6);
     EXPECT_TRUE(device.ReleaseDevice(handle) && !platform.IsDisplayCaptured(4) &&
                 platform.IsDisplayCaptured(6));
-    EXPECT_TRUE(!platform.CurrentContext() &&
-                (!taken || ScriptedPlatform::Made(context).destroyed));
+    EXPECT_TRUE(platform.CurrentContext() == context &&
+                (!taken || !ScriptedPlatform::Made(context).destroyed));
   }
 }
 
