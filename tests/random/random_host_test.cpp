@@ -434,6 +434,12 @@ protected:
     const bool current = SDL_GL_GetCurrentContext() != nullptr;
     Expect(current == model.Current() && device->IsReady() == current,
            current ? "a context is current" : "no context is current");
+    // SDL tells nothing of a destroyed window: its handlers go by the next event, as a host's
+    // frame always has.
+    SDL_Event event{};
+    event.type = SDL_USEREVENT;
+    SDL_PushEvent(&event);
+    SDL_FlushEvent(SDL_USEREVENT);
     const auto& sdl = static_cast<const SdlPlatform&>(CurrentPlatform());
     size_t handlers = 0;
     for (const HostWindow& window : model.windows) handlers += static_cast<size_t>(window.handlers);
