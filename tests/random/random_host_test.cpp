@@ -48,15 +48,12 @@ const std::vector<Point> kLong = [] {
   return points;
 }();
 const Point kWideQuad[] = {{0, 0}, {18, 0}, {0, 9}, {18, 9}};
-const char* const kFiles[] = {"pngsuite/basn0g08.png",
-                              "pngsuite/basn2c08.png",
-                              "pngsuite/basn4a08.png",
-                              "pngsuite/basn6a16.png",
-                              "bmpsuite/g_pal8topdown.bmp",
-                              "bmpsuite/g_rgb24.bmp",
-                              "generated_cjpeg/gray_baseline.jpg",
-                              "pillow/cross_scan_line.tga",
-                              "pngsuite/missing.png"};
+// clang-format off
+const char* const kFiles[] = {"pngsuite/basn0g08.png", "pngsuite/basn2c08.png",
+    "pngsuite/basn4a08.png", "pngsuite/basn6a16.png", "bmpsuite/g_pal8topdown.bmp",
+    "bmpsuite/g_rgb24.bmp", "generated_cjpeg/gray_baseline.jpg", "pillow/cross_scan_line.tga",
+    "pngsuite/missing.png"};
+// clang-format on
 
 unsigned long FromEnvironment(const char* name, unsigned long fallback) {
   const char* value = std::getenv(name);
