@@ -89,6 +89,7 @@ bool IOpenGL::ReleaseDevice(unsigned long) {
   const Platform::Binding before = platform.CurrentBinding();
   if (!context || !platform.MakeCurrent(context)) platform.MakeCurrent(nullptr);
   ReleaseGL();
+  textureGeneration = NextTextureGeneration();
   if (fullScreenWindow) LeaveFullScreen();
   platform.ReleaseDisplay(displayId);
   platform.MakeCurrent(nullptr);

@@ -37,8 +37,14 @@ void* EnterFullScreen(IOpenGL& device, void* window, const DisplayMode& mode) {
     ReleaseDisplayAndFail(device.displayId);
     return nullptr;
   }
-  // One window at a time is full screen: the one before leaves it first.
+  // One window at a time is full screen: the one before leaves it first, but
+  // only for a window that can take its place, which stays the device's
+  // otherwise.
   if (device.fullScreenWindow && device.fullScreenWindow != window) {
+    if (!platform.IsValidWindow(window)) {
+      Log::Output("[kelo-agl] cannot switch to mode.\n");
+      return nullptr;
+    }
     if (!device.LeaveFullScreen()) return nullptr;
     platform.CaptureDisplay(device.displayId);
   }

@@ -125,6 +125,12 @@ public:
   // The context the device made and holds: null until a SetDisplayMode
   // succeeds, and again after ReleaseDevice. Never a context of the host's.
   void* context;
+  // Textures go with the device's context. Each is made in a generation of
+  // the device's textures, unique in the process and replaced when the
+  // device lets go of its context: a texture of an older one names nothing,
+  // since its OpenGL name may belong to a texture of the next context.
+  static unsigned long NextTextureGeneration();
+  unsigned long textureGeneration = NextTextureGeneration();
 };
 
 }  // namespace Kelo

@@ -342,16 +342,18 @@ bool SdlPlatform::AttachToWindow(void* context, void* window) {
 
 // Without a window manager nothing gives a window back the size it had before
 // full screen, and SDL goes on reporting the size of the last mode: the size
-// is put back here.
+// is put back here. A window the host had made borderless full screen goes
+// back to that.
 bool SdlPlatform::LeaveFullScreen(void* handle) {
   SDL_Window* window = LiveWindow(handle);
   if (!window) return false;
+  const auto found = before.find(SDL_GetWindowID(window));
+  const Before was = found != before.end() ? found->second : Before{};
   const Switching underway;
-  if (SDL_SetWindowFullscreen(window, 0) != 0) return false;
-  const auto size = windowedSizes.find(SDL_GetWindowID(window));
-  if (size != windowedSizes.end()) {
-    SDL_SetWindowSize(window, size->second.first, size->second.second);
-    windowedSizes.erase(size);
+  if (SDL_SetWindowFullscreen(window, was.fullScreen) != 0) return false;
+  if (found != before.end()) {
+    if (!was.fullScreen) SDL_SetWindowSize(window, was.width, was.height);
+    before.erase(found);
   }
   return true;
 }
@@ -360,9 +362,11 @@ bool SdlPlatform::SetFullScreen(void* context, void* window) {
   ContextState* state = Known(context);
   SDL_Window* target = LiveWindow(window);
   if (!state || !target) return false;
-  if (!(SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN)) {
-    std::pair<int, int>& size = windowedSizes[SDL_GetWindowID(target)];
-    SDL_GetWindowSize(target, &size.first, &size.second);
+  const Uint32 fullScreen = SDL_GetWindowFlags(target) & SDL_WINDOW_FULLSCREEN_DESKTOP;
+  if (fullScreen != SDL_WINDOW_FULLSCREEN) {
+    Before& was = before[SDL_GetWindowID(target)];
+    SDL_GetWindowSize(target, &was.width, &was.height);
+    was.fullScreen = fullScreen;
   }
   const Switching underway;
   if (SDL_SetWindowFullscreen(target, SDL_WINDOW_FULLSCREEN) != 0) return false;

@@ -62,7 +62,9 @@ public:
                                  WindowEventHandler handler, void* user) override;
   void RemoveWindowEventHandlers(void* user) override;
 
-  // The window-event handlers installed and not removed yet.
+  // What is held of SDL now: contexts made here and not destroyed yet, and the
+  // window-event handlers installed and not removed yet.
+  std::size_t ContextCount() const { return contexts.size(); }
   std::size_t WindowEventHandlerCount() const { return watches.size(); }
 
 private:
@@ -94,8 +96,13 @@ private:
   std::set<unsigned> captured;
   std::list<Watch> watches;
   LiveWindows liveWindows;
-  // The size of each window made full screen here, by window id, from before.
-  std::map<Uint32, std::pair<int, int>> windowedSizes;
+  // How each window made full screen here was before, by window id: its size,
+  // and the host's own borderless full screen where it had one.
+  struct Before {
+    int width = 0, height = 0;
+    Uint32 fullScreen = 0;
+  };
+  std::map<Uint32, Before> before;
 };
 
 }  // namespace Kelo
