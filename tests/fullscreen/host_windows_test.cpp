@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "tests/support/gl_fixture.h"
+#include "tests/support/xorg_host.h"
 #include "video/opengl_device.h"
 
 namespace Kelo {
@@ -15,13 +15,11 @@ const DisplayMode kFull{800, 600, 32, false, 60}, kWindowed{320, 240, 32, true, 
 class HostWindows : public ::testing::Test {
 protected:
   void SetUp() override {
-    ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
-    ASSERT_STREQ(SDL_GetCurrentVideoDriver(), "x11");
-    Support::RequestDeviceFramebuffer();
+    ASSERT_NO_FATAL_FAILURE(Support::StartOnXorg(device));
     window = SDL_CreateWindow("kelo", 0, 0, 320, 240, SDL_WINDOW_OPENGL);
     ASSERT_NE(window, nullptr) << SDL_GetError();
     DeviceDescription display{};
-    ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, display) &&
+    ASSERT_TRUE(device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, display) &&
                 device.InitDevice(display, handle));
   }
   void TearDown() override {
