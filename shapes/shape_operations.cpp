@@ -15,8 +15,12 @@ IOpenGLShape* ShapeOf(unsigned long handle) { return reinterpret_cast<IOpenGLSha
 bool Drawable(unsigned long handle) { return handle && ShapeOf(handle)->InStorage(); }
 
 // Shapes need the storage that the first SetDisplayMode starts, and a kind
-// the primitive table knows.
-bool CanStore(SHAPE_TYPE type) { return VRAMManager && type <= SHAPE_TRIANGLES; }
+// the primitive table knows. The storage lives in the share group of the
+// device's context: with none current, or one of the host's, a buffer it
+// grows would be made nowhere, or among the host's objects.
+bool CanStore(const IOpenGL& device, SHAPE_TYPE type) {
+  return VRAMManager && type <= SHAPE_TRIANGLES && device.OwnContextCurrent();
+}
 
 bool Store(unsigned long& handle, SHAPE_TYPE type, unsigned long count, const Color* colours,
            float alpha, const Point* points, const Point* texcoords) {
@@ -72,14 +76,14 @@ void DrawMirroredStrip(unsigned long count) {
 bool IOpenGL::CreateShape(unsigned long& handle, SHAPE_TYPE type, unsigned long count,
                           const Color& colour, float alpha, const Point* points,
                           const Point* texcoords) {
-  if (!CanStore(type)) return false;
+  if (!CanStore(*this, type)) return false;
   const std::vector<Color> colours(count, colour);
   return Store(handle, type, count, colours.data(), alpha, points, texcoords);
 }
 
 bool IOpenGL::CreateShape(unsigned long& handle, SHAPE_TYPE type, unsigned long count,
                           const Color* colours, float alpha, const Point* points) {
-  if (!CanStore(type)) return false;
+  if (!CanStore(*this, type)) return false;
   return Store(handle, type, count, colours, alpha, points, nullptr);
 }
 

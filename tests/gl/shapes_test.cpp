@@ -230,5 +230,23 @@ TEST_F(ShapesTest, ShapesInTwoClientMemoryBuffersEachDrawTheirOwnVertices) {
   Draw({left});
 }
 
+// Without the device's own context a new buffer would be made nowhere, and the shapes later
+// placed in it would fail to store: nothing is stored then. Here the first buffer has room for
+// four vertices, so a shape of five needs a new one.
+TEST_F(ShapesTest, NoShapeIsStoredWithoutTheDevicesOwnContext) {
+  Store(Points(kVertexBufferSize / sizeof(ColouredVertex) - 4, {0, 0}), BLACK, 1.0f, {},
+        SHAPE_LINES);
+  Points five = Band(-32);
+  five.push_back(five.back());
+  SDL_GL_MakeCurrent(window, nullptr);
+  unsigned long refused = 0;
+  EXPECT_FALSE(device.CreateShape(refused, SHAPE_TRIANGLE_STRIP, five.size(), RED, 1.0f,
+                                  five.data(), nullptr));
+  SDL_GL_MakeCurrent(window, context);
+  device.Clear(BLACK);
+  Draw({Store(five, RED)});
+  EXPECT_PIXEL_NEAR(16, 32, (Rgba{255, 0, 0, 255}), 0);
+}
+
 }  // namespace
 }  // namespace Kelo
