@@ -23,12 +23,6 @@ constexpr unsigned kDisplay = 2;
 const DisplayMode kWin{320, 240, 24, true, 60}, kFull{1024, 768, 32, false, 85},
     k16{800, 600, 16, false, 60};
 
-std::vector<int> Viewport() {
-  std::vector<int> viewport(4);
-  glGetIntegerv(GL_VIEWPORT, viewport.data());
-  return viewport;
-}
-
 class ModeSwitchingTest : public Support::GLTest {
 protected:
   void SetUp() override {
@@ -82,16 +76,16 @@ TEST_F(ModeSwitchingTest, EveryTransitionMakesANewSharingContextAndDestroysTheOl
                                    AGL_PIXEL_SIZE, int(c.request.bitsPerPixel)});
     }
     const auto& now = ScriptedPlatform::Made(platform.context);
-    const int w = c.request.width, h = c.request.height;
+    const GLfloat w = c.request.width, h = c.request.height;
     EXPECT_EQ(
         std::make_tuple(now.format, now.device, now.share, now.window, now.fullScreen,
                         now.swapInterval, !old || ScriptedPlatform::Made(old).destroyed,
                         platform.formats.size(), platform.IsDisplayCaptured(kDisplay),
-                        platform.switchedModes, device.currentMode, Viewport(), log.StartUps(),
-                        VRAMManager && (!storage || VRAMManager == storage)),
+                        platform.switchedModes, device.currentMode, Support::State(GL_VIEWPORT, 4),
+                        log.StartUps(), VRAMManager && (!storage || VRAMManager == storage)),
         std::make_tuple(format, full ? std::optional<int>(kDisplay) : std::nullopt, old,
                         static_cast<void*>(&window), full, std::optional<int>(c.vsync), true, 0u,
-                        full, c.switches, c.request, std::vector<int>{0, 0, w, h}, 1, true));
+                        full, c.switches, c.request, std::vector<GLfloat>{0, 0, w, h}, 1, true));
     device.ReleaseDevice(kDisplay);
     EXPECT_EQ(VRAMManager, nullptr);
   }
@@ -179,8 +173,8 @@ TEST_F(ModeSwitchingTest, WindowEventsRestartOncePerSuccessfulCall) {
   ASSERT_TRUE(Set(kWin));
   log.Clear();
   platform.Send({kEventWindowBoundsChanged, &window, kWindowBoundsChangeSizeChanged});
-  EXPECT_EQ(std::make_pair(log.StartUps(), Viewport()),
-            std::make_pair(2, std::vector<int>{0, 0, 200, 100}));
+  EXPECT_EQ(std::make_pair(log.StartUps(), Support::State(GL_VIEWPORT, 4)),
+            std::make_pair(2, std::vector<GLfloat>{0, 0, 200, 100}));
   const unsigned kSized = kWindowBoundsChangeSizeChanged, kChanged = kEventWindowBoundsChanged;
   const std::pair<WindowEvent, int> cases[] = {
       // clang-format off

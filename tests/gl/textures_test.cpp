@@ -103,28 +103,21 @@ TEST_F(TexturesTest, FilesAreKeyedOnExactMatchesOfFourChannelsOnlyOrFailCleanly)
 TEST_F(TexturesTest, NoTextureIsMadeWithoutTheDevicesOwnContext) {
   const std::string path =
       Support::WriteImage(folder, "any.png", kPng, 2, 2, 4, Support::Gradient(2, 2, 4));
-  using Create = std::function<bool(IOpenGL&, unsigned long&)>;
-  const std::pair<const char*, Create> creates[] = {
-      {"pixels",
-       [](IOpenGL& d, unsigned long& h) {
-         return d.CreateTexture(h, IMAGE_RGBA8888, kPixels, 2, 2);
-       }},
-      {"font", [](IOpenGL& d,
-                  unsigned long& h) { return d.CreateFontTexture(h, IMAGE_L8, kPixels, 4, 4); }},
-      {"file", [&](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, path.c_str()); }},
-      {"keyed file",
-       [&](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, path.c_str(), FUCHSIA); }},
-      {"empty",
-       [](IOpenGL& d, unsigned long& h) { return d.CreateTexture(h, IMAGE_RGB888, 4u, 4u); }}};
-  IOpenGL contextless;
+  IOpenGL bare;
+  const std::pair<const char*, std::function<bool(unsigned long&)>> creates[] = {
+      {"pixels", [&](auto& h) { return bare.CreateTexture(h, IMAGE_RGBA8888, kPixels, 2, 2); }},
+      {"font", [&](auto& h) { return bare.CreateFontTexture(h, IMAGE_L8, kPixels, 4, 4); }},
+      {"file", [&](auto& h) { return bare.CreateTexture(h, path.c_str()); }},
+      {"keyed file", [&](auto& h) { return bare.CreateTexture(h, path.c_str(), FUCHSIA); }},
+      {"empty", [&](auto& h) { return bare.CreateTexture(h, IMAGE_RGB888, 4u, 4u); }}};
   for (bool hostsCurrent : {true, false}) {
     if (!hostsCurrent) SDL_GL_MakeCurrent(window, nullptr);
     for (const auto& [name, create] : creates) {
       unsigned long handle = 0;
-      EXPECT_FALSE(create(contextless, handle)) << name << (hostsCurrent ? " in the host's" : "");
+      EXPECT_FALSE(create(handle)) << name << (hostsCurrent ? " in the host's" : "");
       ASSERT_NE(handle, 0u) << name;
       EXPECT_EQ(reinterpret_cast<OGLTexture*>(handle)->glName, 0u) << name;
-      EXPECT_TRUE(contextless.ReleaseTexture(handle));
+      EXPECT_TRUE(bare.ReleaseTexture(handle));
     }
   }
   SDL_GL_MakeCurrent(window, context);
