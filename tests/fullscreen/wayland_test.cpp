@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kelo/colors.h"
+#include "tests/support/enumerated.h"
 #include "tests/support/gl_fixture.h"
 #include "video/opengl_device.h"
 
@@ -61,8 +62,14 @@ TEST(Wayland, FullScreenInAnEmulatedModeFillsTheOutput) {
   IOpenGL device;
   DeviceDescription display{};
   unsigned long handle = 0;
+  std::vector<DisplayMode> modes;
   ASSERT_TRUE(device.Init() && device.GetDefaultDevice(DEV_SUBCLASS_DISPLAY, display) &&
-              device.InitDevice(display, handle));
+              device.InitDevice(display, handle) &&
+              device.EnumerateDisplayModes(display, Support::CollectInto<DisplayMode>, &modes));
+  std::printf("[  display ] %s:", display.name);
+  for (const DisplayMode& mode : modes)
+    std::printf(" %ux%u@%u", mode.width, mode.height, mode.refreshRate);
+  std::printf("\n");
   const DisplayMode kEmulated{800, 600, 32, false, 60};
   ASSERT_TRUE(device.SetDisplayMode(window, kEmulated, false));
   ShowQuarter(device, 800, 600);

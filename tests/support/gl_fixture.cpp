@@ -1,6 +1,7 @@
 #include "tests/support/gl_fixture.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace Kelo::Support {
@@ -38,6 +39,9 @@ void GLTest::SetUpTestSuite() {
   ASSERT_NE(context, nullptr) << SDL_GetError();
   const char* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
   ASSERT_NE(std::strstr(renderer ? renderer : "", ExpectedRenderer().c_str()), nullptr) << renderer;
+  [[maybe_unused]] static const int said =
+      std::printf("[ renderer ] %s, OpenGL %s\n", renderer,
+                  reinterpret_cast<const char*>(glGetString(GL_VERSION)));
 }
 
 }  // namespace Kelo::Support
