@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kelo/log.h"
+#include "textures/decoder_memory.h"
 #include "textures/jpeg_huffman_scan.h"
 #include "textures/psd_matte_scan.h"
 
@@ -19,6 +20,9 @@
 #define STBI_ONLY_TGA
 #define STBI_NO_STDIO
 #define STBI_FAILURE_USERMSG
+#define STBI_MALLOC(size) Kelo::DecoderAllocate(size)
+#define STBI_REALLOC(block, size) Kelo::DecoderReallocate(block, size)
+#define STBI_FREE(block) Kelo::DecoderFree(block)
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
