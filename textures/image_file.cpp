@@ -10,7 +10,7 @@
 #include "textures/psd_matte_scan.h"
 
 // The plug-in's own copy of stb_image, private to this file: the texture
-// library exports decoders of the same names.
+// library exports decoders of the same names. Its memory is bounded.
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_ONLY_JPEG
