@@ -48,7 +48,7 @@ build() {
 # five times slower counts as hung.
 check() {
   local log="$out/fuzz.log"
-  if ! (cd "$out" && ./image_file_fuzz "${limits[@]}" -seed=1 -runs="${KELO_FUZZ_RUNS:-15000}" \
+  if ! (cd "$out" && ./image_file_fuzz "${limits[@]}" -seed=1 -runs="${KELO_FUZZ_RUNS:-40000}" \
     -use_cmp=0 -reload=0 -timeout=300 -print_final_stats=1 -artifact_prefix="$out/" corpus seeds) \
     >"$log" 2>&1; then
     local kind input
