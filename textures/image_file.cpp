@@ -5,11 +5,12 @@
 #include <vector>
 
 #include "kelo/log.h"
+#include "textures/decoder_memory.h"
 #include "textures/jpeg_huffman_scan.h"
 #include "textures/psd_matte_scan.h"
 
 // The plug-in's own copy of stb_image, private to this file: the texture
-// library exports decoders of the same names.
+// library exports decoders of the same names. Its memory is bounded.
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_ONLY_JPEG
@@ -19,6 +20,9 @@
 #define STBI_ONLY_TGA
 #define STBI_NO_STDIO
 #define STBI_FAILURE_USERMSG
+#define STBI_MALLOC(size) Kelo::DecoderAllocate(size)
+#define STBI_REALLOC(block, size) Kelo::DecoderReallocate(block, size)
+#define STBI_FREE(block) Kelo::DecoderFree(block)
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/log_capture.h"
+#include "textures/decoder_memory.h"
 #include "textures/jpeg_huffman_scan.h"
 
 namespace Kelo {
@@ -67,6 +68,20 @@ Bytes PsdOverTheCap() {
     psd.insert(psd.end(), {0, 0});
   }
   return Cat({psd, {0, 1}});
+}
+
+// A 64 x 64 RGB PNG whose data chunks hold one byte each and whose last one
+// claims `claim` bytes, of which the file holds the rest of its `size`.
+Bytes PngClaiming(uint32_t claim, int oneByteChunks, size_t size) {
+  const auto chunk = [](const char* type, uint32_t length, const Bytes& data) {
+    return Cat({Be32(length), Bytes(type, type + 4), data, Be32(0)});
+  };
+  Bytes png = Cat({{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'},
+                   chunk("IHDR", 13, Cat({Be32(64), Be32(64), {8, 2, 0, 0, 0}}))});
+  for (int i = 0; i < oneByteChunks; ++i) png = Cat({png, chunk("IDAT", 1, {0x78})});
+  png = Cat({png, Be32(claim), {'I', 'D', 'A', 'T'}});
+  png.resize(size, 0x5A);
+  return png;
 }
 
 Bytes Segment(uint8_t marker, const Bytes& body) {
@@ -163,6 +178,61 @@ TEST(DecodeImage, LoadsWholeImagesOfSensibleSizeOnly) {
   }
   DecodedImage image;
   EXPECT_FALSE(DecodeImage(nullptr, 64, 0, image) || DecodeImageFile(nullptr, 0, image));
+}
+
+// The decoder grows a PNG's data buffer to what a chunk claims before it
+// reads the chunk: such files end like any undecodable one, the decoder's
+// memory going through the bound and staying within it.
+TEST(DecodeImage, RefusesDataChunksLargerThanTheFileWithinTheBound) {
+  const Bytes files[] = {
+      // Three one-byte chunks, then 1,526,726,657 bytes claimed: the buffer doubles to 2 GiB.
+      PngClaiming(1526726657, 3, 1307),
+      // The first chunk claims the same, taken as it is.
+      PngClaiming(1526726657, 0, 1307)};
+  for (const Bytes& png : files) {
+    Support::LogCapture log;
+    DecodedImage image;
+    TakeDecoderPeak();
+    EXPECT_FALSE(DecodeImage(png.data(), png.size(), 0, image));
+    const size_t peak = TakeDecoderPeak();
+    EXPECT_GT(peak, 0u);
+    EXPECT_LE(peak, kMaxDecoderRequest);
+    EXPECT_TRUE(log.Lines().empty());
+  }
+}
+
+// Requests in the decoder's order, the earlier ones held; only the last may
+// be refused.
+TEST(DecoderMemory, RefusesRequestsNoImageUnderTheCapMakes) {
+  constexpr size_t kMiB = 1 << 20, kBlock = kMaxDecoderRequest;
+  const std::vector<std::pair<std::vector<size_t>, bool>> cases = {
+      {{kBlock}, true},
+      {{kBlock + 1}, false},
+      {{kBlock, kBlock, kBlock / 2 - kMiB}, true},
+      {{kBlock, kBlock, kBlock / 2 + kMiB}, false}};
+  for (size_t i = 0; i < cases.size(); ++i) {
+    std::vector<void*> held;
+    for (size_t size : cases[i].first) held.push_back(DecoderAllocate(size));
+    EXPECT_EQ(held.back() != nullptr, cases[i].second) << i;
+    EXPECT_EQ(std::count(held.begin(), held.end(), nullptr), !cases[i].second) << i;
+    for (void* block : held) DecoderFree(block);
+  }
+}
+
+// A grown block is held twice until realloc has copied it: beside a block of
+// the largest size, one of half that size cannot grow to the largest size
+// though the two would fit afterwards.
+TEST(DecoderMemory, CountsAGrownBlockTwiceWhileItMoves) {
+  constexpr size_t kMiB = 1 << 20, kBlock = kMaxDecoderRequest;
+  void* first = DecoderAllocate(kBlock);
+  void* second = DecoderAllocate(kBlock / 2 + kMiB);
+  void* moved = DecoderReallocate(second, kBlock);
+  EXPECT_EQ(moved, nullptr);
+  if (moved) second = moved;
+  void* grown = DecoderReallocate(second, kBlock / 2 + 2 * kMiB);
+  EXPECT_NE(grown, nullptr);
+  DecoderFree(grown ? grown : second);
+  DecoderFree(first);
 }
 
 // Real files from other projects: none crashes, hangs or takes unbounded
